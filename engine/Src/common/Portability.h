@@ -1,0 +1,14 @@
+// Portability wrappers with the shape of the bounded C library calls. They are not safe versions:
+// except for the printf forms, destSize is ignored and the caller guarantees the room.
+#pragma once
+
+#include <cstdarg>
+#include <cstdio>
+
+int vas_strncpy_s(char* dest, unsigned int destSize, const char* src, unsigned int count);
+int vas_memcpy_s(void* dest, unsigned int destSize, const void* src, unsigned int count);
+int vas_sprintf_s(char* dest, unsigned int destSize, const char* format, ...)
+    __attribute__((format(printf, 3, 4)));
+int vas_vsprintf_s(char* dest, unsigned int destSize, const char* format, va_list args);
+// *file is set to null, then to fopen's result; true when the file opened.
+bool vas_fopen_s(FILE** file, const char* path, const char* mode);
