@@ -1,5 +1,3 @@
-#include "Datetime.h"
-
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -11,6 +9,7 @@
 #include <string>
 
 #include "Clock.h"
+#include "Datetime.h"
 #include "ScopedCommaLocale.h"
 
 using namespace strmcommon;
@@ -86,8 +85,8 @@ TEST(DatetimeGetDate, EpochIsFirstOfJanuary1970) {
 
 TEST(DatetimeGetDate, SplitsAllFields) {
   EXPECT_TRUE(FieldsAre(vas_getDate(1706745599123LL), 2024, 1, 31, 23, 59, 59, 123));
-  EXPECT_TRUE(FieldsAre(vas_getDate(TrueMs(2024, 2, 29, 12, 34, 56, 789)), 2024, 2, 29, 12, 34, 56,
-                        789));
+  EXPECT_TRUE(
+      FieldsAre(vas_getDate(TrueMs(2024, 2, 29, 12, 34, 56, 789)), 2024, 2, 29, 12, 34, 56, 789));
 }
 
 TEST(DatetimeGetTime, EpochIsZero) {
@@ -213,8 +212,8 @@ TEST(DatetimeCrossCheck, RandomInstantsAgreeWithGmtimeAndInvertWhereLeapRulesAgr
     struct tm tm {};
     ASSERT_NE(gmtime_r(&seconds, &tm), nullptr);
     vas_date_t date = vas_getDate(ms);
-    ASSERT_TRUE(FieldsAre(date, tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour,
-                          tm.tm_min, tm.tm_sec, static_cast<int>(ms % 1000)))
+    ASSERT_TRUE(FieldsAre(date, tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min,
+                          tm.tm_sec, static_cast<int>(ms % 1000)))
         << "ms " << ms;
     // Where the rules disagree (March to December of 2000 and 2100) the way back is one day off.
     long long expected = ms;

@@ -1,5 +1,3 @@
-#include "NumberString.h"
-
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -7,6 +5,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "NumberString.h"
 #include "ScopedCommaLocale.h"
 
 using namespace strmcommon;
@@ -22,41 +21,41 @@ struct ValidatorCase {
 
 // One row per text: isDigitString, isOxDigitString, isFloatString.
 const ValidatorCase kValidatorCases[] = {
-    {"", false, false, false},           // empty
-    {"0", true, true, true},             // plain digits
-    {"12", true, true, true},            //
-    {" 12", true, true, true},           // blank before
-    {"12 ", true, true, true},           // blank after
-    {"1 2", true, true, true},           // inner blank
-    {"\t12\n", true, true, true},        // any isspace byte
-    {" ", true, true, true},             // nothing but a blank
-    {"+", true, true, true},             // a lone sign
-    {"-", true, true, true},             //
-    {"+1", true, true, true},            // sign first
-    {"-1", true, true, true},            //
-    {" - 1", true, true, true},          // blanks don't use up the sign
-    {"+-1", false, false, false},        // second sign
-    {"--1", false, false, false},        //
-    {"1-", false, false, false},         // sign after a digit
-    {"1+2", false, false, false},        //
-    {".", false, false, true},           // a lone dot
-    {"+.", false, false, true},          //
-    {".-5", false, false, true},         // a dot doesn't use up the sign
-    {"1.5", false, false, true},         //
-    {"-1.5", false, false, true},        //
-    {"1.", false, false, true},          //
-    {"1.2.3", false, false, false},      // second dot
-    {"1e5", false, false, false},        // no exponent
-    {"AB", false, true, false},          // upper-case hex
-    {"0123456789ABCDEF", false, true, false},
-    {"ab", false, false, false},         // lower-case hex refused
-    {"0xAB", false, false, false},       // prefix refused
-    {"0XAB", false, false, false},       //
-    {"-FF", false, true, false},         // sign before hex digits
-    {"G", false, false, false},          // beyond F
-    {"1a", false, false, false},         //
-    {"1,5", false, false, false},        // comma is not a decimal separator
-    {"\xB2", false, false, false},       // non-ASCII superscript two
+    {"", false, false, false},                 // empty
+    {"0", true, true, true},                   // plain digits
+    {"12", true, true, true},                  //
+    {" 12", true, true, true},                 // blank before
+    {"12 ", true, true, true},                 // blank after
+    {"1 2", true, true, true},                 // inner blank
+    {"\t12\n", true, true, true},              // any isspace byte
+    {" ", true, true, true},                   // nothing but a blank
+    {"+", true, true, true},                   // a lone sign
+    {"-", true, true, true},                   //
+    {"+1", true, true, true},                  // sign first
+    {"-1", true, true, true},                  //
+    {" - 1", true, true, true},                // blanks don't use up the sign
+    {"+-1", false, false, false},              // second sign
+    {"--1", false, false, false},              //
+    {"1-", false, false, false},               // sign after a digit
+    {"1+2", false, false, false},              //
+    {".", false, false, true},                 // a lone dot
+    {"+.", false, false, true},                //
+    {".-5", false, false, true},               // a dot doesn't use up the sign
+    {"1.5", false, false, true},               //
+    {"-1.5", false, false, true},              //
+    {"1.", false, false, true},                //
+    {"1.2.3", false, false, false},            // second dot
+    {"1e5", false, false, false},              // no exponent
+    {"AB", false, true, false},                // upper-case hex
+    {"0123456789ABCDEF", false, true, false},  // every hex digit
+    {"ab", false, false, false},               // lower-case hex refused
+    {"0xAB", false, false, false},             // prefix refused
+    {"0XAB", false, false, false},             //
+    {"-FF", false, true, false},               // sign before hex digits
+    {"G", false, false, false},                // beyond F
+    {"1a", false, false, false},               //
+    {"1,5", false, false, false},              // comma is not a decimal separator
+    {"\xB2", false, false, false},             // non-ASCII superscript two
 };
 
 }  // namespace
@@ -71,7 +70,10 @@ TEST(NumberStringValidators, TableOfTexts) {
 }
 
 TEST(NumberStringValidators, RefuseEmbeddedNul) {
-  EXPECT_FALSE(isDigitString(std::string("1\0" "2", 3)));
+  EXPECT_FALSE(
+      isDigitString(std::string("1\0"
+                                "2",
+                                3)));
   EXPECT_FALSE(isOxDigitString(std::string("A\0", 2)));
   EXPECT_FALSE(isFloatString(std::string("1.\0", 3)));
 }

@@ -1,8 +1,8 @@
-#include "StringHelper.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
+
+#include "StringHelper.h"
 
 using strmcommon::vas_iequal;
 using strmcommon::vas_replace_first;
@@ -95,7 +95,9 @@ TEST(StringHelperIequal, MixedFormsFoldOnlyLetters) {
 
 // vas_strncasecmp
 
-TEST(StringHelperStrncasecmp, EqualWithinTheCount) { EXPECT_EQ(vas_strncasecmp("abc", "ABD", 2), 0); }
+TEST(StringHelperStrncasecmp, EqualWithinTheCount) {
+  EXPECT_EQ(vas_strncasecmp("abc", "ABD", 2), 0);
+}
 
 TEST(StringHelperStrncasecmp, DifferenceOfFoldedBytes) {
   EXPECT_EQ(vas_strncasecmp("abc", "ABD", 3), -1);

@@ -1,5 +1,3 @@
-#include "Drm_Common.h"
-
 #include <gtest/gtest.h>
 
 #include <array>
@@ -7,6 +5,8 @@
 #include <cstring>
 #include <string>
 #include <vector>
+
+#include "Drm_Common.h"
 
 namespace {
 

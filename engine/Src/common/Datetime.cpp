@@ -151,8 +151,8 @@ int vas_parseTimeString(const std::string& text) {
   if (field < 4 && !digits.empty()) fields[field] = Strtol32(digits.c_str());
   // Intended: the last field is a count of milliseconds, not a fraction ("00:00:01.5" is 1005).
   return Wrap32(static_cast<long long>(fields[0]) * 3600000 +
-                static_cast<long long>(fields[1]) * 60000 + static_cast<long long>(fields[2]) * 1000 +
-                fields[3]);
+                static_cast<long long>(fields[1]) * 60000 +
+                static_cast<long long>(fields[2]) * 1000 + fields[3]);
 }
 
 long long vas_parseIsoTimeDurationString(const std::string& text) {
