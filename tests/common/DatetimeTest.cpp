@@ -260,6 +260,14 @@ TEST(DatetimeToString, PadsWithZerosAndDropsMilliseconds) {
   EXPECT_EQ(vas_dateTimeToString(TrueMs(2000, 2, 29, 23, 0, 0)), "20000229T230000");
 }
 
+TEST(DatetimeToString, GlobalLocaleAddsNoDigitGrouping) {
+  testsupport::ScopedCommaLocale locale;
+  if (!locale.Active()) {
+    GTEST_SKIP() << "no comma-decimal locale installed (de_DE.UTF-8 comes from scripts/deps)";
+  }
+  EXPECT_EQ(vas_dateTimeToString(1706745599999LL), "20240131T235959");
+}
+
 // vas_parseTimeString
 
 TEST(DatetimeParseTime, EmptyGivesZero) { EXPECT_EQ(vas_parseTimeString(""), 0); }

@@ -3,6 +3,7 @@
 #include <climits>
 #include <cstdlib>
 #include <iomanip>
+#include <locale>
 #include <sstream>
 #include <stdexcept>
 
@@ -126,6 +127,8 @@ long long vas_getTime(vas_date_t& date) {
 std::string vas_dateTimeToString(long long ms) {
   const vas_date_t date = vas_getDate(ms);
   std::ostringstream out;
+  // A fixed format: no digit grouping from a global C++ locale the application may have set.
+  out.imbue(std::locale::classic());
   out << std::setfill('0') << std::setw(4) << date.year << std::setw(2) << date.month
       << std::setw(2) << date.day << 'T' << std::setw(2) << date.hour << std::setw(2) << date.min
       << std::setw(2) << date.sec;
