@@ -51,6 +51,8 @@ int hexStringToByte(const std::string& hex, void* out, unsigned int size) {
   }
 }
 
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "built for little-endian targets only");
+
 bool IsLittleEndian() { return true; }
 
 unsigned int swapByteOrder(unsigned int value) {
