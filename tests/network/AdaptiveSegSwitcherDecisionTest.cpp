@@ -308,6 +308,15 @@ TEST_F(DecisionTest, AnExcludedVariantIsLeftWhateverTheBuffer) {
   EXPECT_EQ(capture.Count("Bandwidth Switch OK : 4 -> 3"), 1u);
 }
 
+TEST_F(DecisionTest, AnExcludedVariantUnderEightSecondsGoesDownByTheBufferRule) {
+  switcher.SetMaxBitrate(3000000);
+  LogCapture capture;
+  checker.current = 100000000;
+  EXPECT_EQ(switcher.ProcessAdaptiveSeg(4, 7999), 3);
+  EXPECT_EQ(capture.Count("[HLS_BW] setting stream down"), 0u);
+  EXPECT_EQ(capture.Count("CheckStreamChange(4, 3), ok, diffrent group"), 1u);
+}
+
 TEST_F(DecisionTest, MoveDownToAnotherGroupIsAllowedAndLogged) {
   LogCapture capture;
   EXPECT_EQ(Segment(2, 1, 100), 1);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "AdaptiveSegSwitcher.h"
+#include "BandwidthChecker.h"
 #include "FakeClock.h"
 #include "LogCapture.h"
 #include "StubBandwidthChecker.h"
@@ -351,4 +352,20 @@ TEST_F(AdaptiveSegSwitcherTest, ResetDataTestsOnlyTheFirstVariant) {
   EXPECT_EQ(switcher.ResetData({Variant(500000, 1280, 720), Variant(900000, 3840, 2160)}, false),
             0);
   EXPECT_EQ(switcher.Variants().size(), 2u);
+}
+
+TEST(AdaptiveSegSwitcherWithChecker, LowLatencyModeReachesTheCheckerAndStartTurnsOnlyTheFlagOff) {
+  FakeClock clock(1000);
+  strmcommon::BandwidthChecker checker;
+  SwitcherProbe switcher;
+  switcher.Init(&checker);
+  switcher.Setllsegbw(true);
+  EXPECT_TRUE(checker.Islowlatency());
+  EXPECT_EQ(checker.GetMonitorInterval(), 200u);
+  checker.Start();
+  EXPECT_FALSE(checker.Islowlatency());
+  EXPECT_EQ(checker.GetMonitorInterval(), 200u);
+  EXPECT_TRUE(switcher.Llsegbw());
+  switcher.Setllsegbw(false);
+  EXPECT_EQ(checker.GetMonitorInterval(), 200u);
 }
