@@ -628,3 +628,32 @@ TEST_F(DecisionTest, TheFirstArgumentOfTheLevelUpdateIsIgnored) {
   switcher.ProcessAdaptiveSegLevel(999, 6000, false);
   EXPECT_EQ(switcher.Level(), 2);
 }
+
+TEST_F(DecisionTest, EveryRuleLineIsAtDebugPriority) {
+  LogCapture capture;
+  std::vector<bitrateParam_t> withoutTheLowest(kParams.begin() + 1, kParams.end());
+  switcher.SetBitrateLimit(withoutTheLowest, {});
+  EXPECT_EQ(Segment(0, 1), 1);  // no param
+  switcher.SetBitrateLimit(kParams, {});
+  EXPECT_EQ(Segment(1, 2), 2);       // free group upgrade
+  EXPECT_EQ(Segment(2, 1, 100), 1);  // other group
+  EXPECT_EQ(Segment(1, 2), 2);       // free group upgrade
+  EXPECT_EQ(Segment(2, 4), 4);       // same group
+  EXPECT_EQ(Segment(4, 6), -1);      // other upgrade group
+  std::vector<std::string> messages;
+  for (const auto& line : capture.Lines()) {
+    const std::string message = LogCapture::Message(line.text);
+    if (message.rfind("CheckStreamChange(", 0) == 0) {
+      messages.push_back(message);
+      EXPECT_EQ(line.priority, 3) << message;
+    }
+  }
+  EXPECT_EQ(messages, (std::vector<std::string>{
+                          "CheckStreamChange(0, 1), ok, no param",
+                          "CheckStreamChange(1, 2), ok, m_upTimer == 0 && !no_upgrade",
+                          "CheckStreamChange(2, 1), ok, diffrent group",
+                          "CheckStreamChange(1, 2), ok, m_upTimer == 0 && !no_upgrade",
+                          "CheckStreamChange(2, 4), ok, same group",
+                          "CheckStreamChange(4, 6), fail, no upgrade",
+                      }));
+}
