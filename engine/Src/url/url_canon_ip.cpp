@@ -322,9 +322,10 @@ bool DoCanonicalizeIPv6Address(const CHAR* spec, const url_parse::Component& hos
                                CanonOutput* output, CanonHostInfo* hostInfo) {
   unsigned char address[16];
   if (!DoIPv6AddressToNumber<CHAR, UCHAR>(spec, host, address)) {
-    // A bracket only belongs in an IPv6 literal: such a host that isn't one is broken.
+    // Brackets and colons only belong in an IPv6 literal: a host holding one that isn't a valid
+    // literal is broken. (A colon left in a host would turn into a port on the next parse.)
     for (int i = host.begin; i < host.end(); i++) {
-      if (spec[i] == '[' || spec[i] == ']') {
+      if (spec[i] == '[' || spec[i] == ']' || spec[i] == ':') {
         hostInfo->m_family = CanonHostInfo::BROKEN;
         return true;
       }
