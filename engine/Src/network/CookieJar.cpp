@@ -24,6 +24,7 @@ constexpr char kFileHeader[] =
 }  // namespace
 
 void CHttpCookie::init(std::string name) {
+  // Runs once per engine, on a store that holds nothing yet: the heads are reset, not freed.
   m_cookies = nullptr;
   m_usrDefCookie = nullptr;
   m_appName = name;
