@@ -305,10 +305,9 @@ TEST(CHttpCookie, CookieWithoutDomainOrPathMatchesEverything) {
 }
 
 TEST(CHttpCookie, PseudoUtcIsMonotonicSecondsPlusOffset) {
-  cookietest::TempDir dir;
-  cookietest::ScopedRoot root(dir.path());
+  cookietest::SharedRoot();
   CHttpCookie jar;
-  jar.init("app");
+  jar.init(cookietest::TestClientName());
   // The second clock is the same monotonic clock, so init measures no offset.
   EXPECT_EQ(CHttpCookieTestPeer::UtcOffset(jar), 0);
   int64_t before = static_cast<int64_t>(strmcommon::vas_getTime() / 1000);

@@ -88,8 +88,8 @@ std::multiset<std::string> CookieSet(const std::string& header) {
 
 class CookieCurlInterop : public ::testing::Test {
  protected:
-  CookieCurlInterop() : root(dir.path()) {
-    cookieDir = MakeCookieDir(dir.path(), "app");
+  CookieCurlInterop() : app(TestClientName()) {
+    cookieDir = MakeCookieDir(SharedRoot(), app);
     persistent = cookieDir + "/persistent_cookie.txt";
     session = cookieDir + "/session_cookie.txt";
   }
@@ -122,7 +122,7 @@ class CookieCurlInterop : public ::testing::Test {
   }
 
   TempDir dir;
-  ScopedRoot root;
+  std::string app;
   LoopbackServer server;
   std::string cookieDir;
   std::string persistent;
@@ -137,7 +137,7 @@ TEST_F(CookieCurlInterop, JarWrittenByTheLibraryIsReadByCurl) {
   ASSERT_TRUE(server.running());
   {
     CHttpCookie jar;
-    jar.init("app");
+    jar.init(app);
     ASSERT_NE(jar.addCookieToPool(std::string("p1=one; path=/; ") + kFuture, "media.site.test",
                                   "/index.m3u8"),
               nullptr);
@@ -221,7 +221,7 @@ TEST_F(CookieCurlInterop, JarWrittenByCurlIsReadByTheLibrary) {
 TEST_F(CookieCurlInterop, LibraryJarSurvivesARoundTripThroughCurl) {
   ASSERT_TRUE(server.running());
   CHttpCookie first;
-  first.init("app");
+  first.init(app);
   first.addCookieToPool(std::string("p=1; path=/p; ") + kFuture, "media.site.test", "/");
   first.addCookieToPool(std::string("d=2; domain=site.test; httponly; path=/; ") + kFuture,
                         "media.site.test", "/");
@@ -254,7 +254,7 @@ TEST_F(CookieCurlInterop, MaxAgeExpiryIsMonotonicSoCurlTakesItAsPast) {
   // Intended: pseudo UTC runs on the monotonic clock, so an expiry from max-age is seconds since
   // boot, which a wall-clock reader of the file sees as long past.
   CHttpCookie jar;
-  jar.init("app");
+  jar.init(app);
   jar.addCookieToPool("m=1; path=/; max-age=3600", "media.site.test", "/");
   jar.addCookieToPool(std::string("e=2; path=/; ") + kFuture, "media.site.test", "/");
   jar.saveCookieFile();

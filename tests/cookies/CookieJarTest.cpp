@@ -24,17 +24,17 @@ namespace {
 constexpr char kFuture[] = "expires=Wed, 01 Jan 2031 00:00:00 GMT";
 constexpr int kFutureSeconds = 1924992000;
 
-// A platform root of its own with the cookie directory of client "app" in place.
+// A client of its own, with its cookie directory in place under the platform root.
 class CookieJar : public ::testing::Test {
  protected:
-  CookieJar() : root(dir.path()) {
-    cookieDir = MakeCookieDir(dir.path(), "app");
+  CookieJar() : rootDir(SharedRoot()), app(TestClientName()) {
+    cookieDir = MakeCookieDir(rootDir, app);
     persistent = cookieDir + "/persistent_cookie.txt";
     session = cookieDir + "/session_cookie.txt";
   }
 
-  TempDir dir;
-  ScopedRoot root;
+  std::string rootDir;
+  std::string app;
   std::string cookieDir;
   std::string persistent;
   std::string session;
@@ -52,12 +52,12 @@ std::string Record(const std::string& domain, const std::string& tail, const std
 TEST_F(CookieJar, InitBuildsBothPathsUnderTheRootAndTheClientName) {
   LogCapture capture;
   CHttpCookie jar;
-  jar.init("app");
-  EXPECT_EQ(CHttpCookieTestPeer::AppName(jar), "app");
+  jar.init(app);
+  EXPECT_EQ(CHttpCookieTestPeer::AppName(jar), app);
   EXPECT_EQ(CHttpCookieTestPeer::PersistentFile(jar),
-            dir.path() + "/app/data/cookie/persistent_cookie.txt");
+            rootDir + "/" + app + "/data/cookie/persistent_cookie.txt");
   EXPECT_EQ(CHttpCookieTestPeer::SessionFile(jar),
-            dir.path() + "/app/data/cookie/session_cookie.txt");
+            rootDir + "/" + app + "/data/cookie/session_cookie.txt");
   auto p = capture.WithMessage("cookie File Path = " + persistent);
   auto s = capture.WithMessage("cookie session File Path = " + session);
   ASSERT_EQ(p.size(), 1u);
@@ -73,7 +73,7 @@ TEST_F(CookieJar, InitReadsThePersistentFileThenTheSessionFile) {
                          Record("h.test", "false", "/", "false", 0, "both", "new"));
   LogCapture capture;
   CHttpCookie jar;
-  jar.init("app");
+  jar.init(app);
   EXPECT_EQ(CHttpCookieTestPeer::Names(jar), (std::vector<std::string>{"p", "both", "s"}));
   EXPECT_STREQ(CHttpCookieTestPeer::Find(jar, "both")->value, "new");
   EXPECT_EQ(capture.Count("cookie file opened"), 2u);
@@ -166,7 +166,7 @@ TEST_F(CookieJar, ExpiredCookiesAreReadButNotSentNorWrittenBack) {
                             Record("h.test", "false", "/", "false", kFutureSeconds, "new", "2"));
   {
     CHttpCookie jar;
-    jar.init("app");
+    jar.init(app);
     EXPECT_NE(CHttpCookieTestPeer::Find(jar, "old"), nullptr);
     EXPECT_EQ(jar.getCookieFromPool("http://h.test/"), "new=2;");
     jar.saveCookieFile();
@@ -178,7 +178,7 @@ TEST_F(CookieJar, ExpiredCookiesAreReadButNotSentNorWrittenBack) {
 
 TEST_F(CookieJar, FlushWritesTheHeaderAndOneLinePerCookie) {
   CHttpCookie jar;
-  jar.init("app");
+  jar.init(app);
   jar.addCookieToPool(std::string("a=1; path=/p; ") + kFuture, "h.test", "/");
   jar.flushOutCookieJar(persistent, false);
   EXPECT_EQ(ReadFile(persistent),
@@ -187,7 +187,7 @@ TEST_F(CookieJar, FlushWritesTheHeaderAndOneLinePerCookie) {
 
 TEST_F(CookieJar, HeaderHasFourLinesInOrder) {
   CHttpCookie jar;
-  jar.init("app");
+  jar.init(app);
   jar.addCookieToPool("a=1", "h.test", "/");
   jar.flushOutCookieJar(session, true);
   std::string text = ReadFile(session);
@@ -209,7 +209,7 @@ TEST_F(CookieJar, HeaderHasFourLinesInOrder) {
 
 TEST_F(CookieJar, HttpOnlyTailmatchSecureLine) {
   CHttpCookie jar;
-  jar.init("app");
+  jar.init(app);
   jar.addCookieToPool(std::string("a=1; httponly; secure; domain=site.test; path=/; ") + kFuture,
                       "media.site.test", "/");
   jar.flushOutCookieJar(persistent, false);
@@ -221,7 +221,7 @@ TEST_F(CookieJar, HttpOnlyTailmatchSecureLine) {
 TEST_F(CookieJar, DomainAlreadyBeginningWithADotGetsNoSecondDot) {
   WriteFile(persistent, "..site.test\ttrue\t/\tfalse\t0\tn\tv\n");
   CHttpCookie jar;
-  jar.init("app");
+  jar.init(app);
   jar.flushOutCookieJar(session, true);
   auto lines = CookieLines(ReadFile(session));
   ASSERT_EQ(lines.size(), 1u);
@@ -230,7 +230,7 @@ TEST_F(CookieJar, DomainAlreadyBeginningWithADotGetsNoSecondDot) {
 
 TEST_F(CookieJar, MissingDomainAndPathAreWrittenAsUnknownAndRoot) {
   CHttpCookie jar;
-  jar.init("app");
+  jar.init(app);
   jar.addCookieToPool("a=1", "", "");  // empty host: the cookie keeps an empty domain
   Cookie* list = CHttpCookieTestPeer::Pool(jar);
   ASSERT_NE(list, nullptr);
@@ -245,7 +245,7 @@ TEST_F(CookieJar, MissingDomainAndPathAreWrittenAsUnknownAndRoot) {
 
 TEST_F(CookieJar, ExpiryBeyond2038IsCutTo32BitsOnWriting) {
   CHttpCookie jar;
-  jar.init("app");
+  jar.init(app);
   Cookie* c =
       jar.addCookieToPool("far=1; path=/; expires=Fri, 01 Jan 2100 00:00:00 GMT", "h.test", "/");
   ASSERT_NE(c, nullptr);
@@ -260,7 +260,7 @@ TEST_F(CookieJar, ExpiryBeyond2038IsCutTo32BitsOnWriting) {
 
 TEST_F(CookieJar, SessionFileHoldsOnlySessionCookiesAndPersistentTheRest) {
   CHttpCookie jar;
-  jar.init("app");
+  jar.init(app);
   jar.addCookieToPool("s=1; path=/", "h.test", "/");
   jar.addCookieToPool(std::string("p=2; path=/; ") + kFuture, "h.test", "/");
   jar.addCookieToPool("m=3; path=/; max-age=600", "h.test", "/");
@@ -277,7 +277,7 @@ TEST_F(CookieJar, SessionFileHoldsOnlySessionCookiesAndPersistentTheRest) {
 
 TEST_F(CookieJar, UserCookieIsNeverWrittenAndHidesItsTwin) {
   CHttpCookie jar;
-  jar.init("app");
+  jar.init(app);
   jar.addCookieToPool("tok=pool; path=/", "h.test", "/");
   jar.addCookieToPool("keep=1; path=/", "h.test", "/");
   jar.addUsrDefCookie("tok=user; domain=h.test; path=/");
@@ -290,7 +290,7 @@ TEST_F(CookieJar, UserCookieIsNeverWrittenAndHidesItsTwin) {
 TEST_F(CookieJar, UserCookieAloneWritesNothing) {
   WriteFile(session, "previous\n");
   CHttpCookie jar;
-  jar.init("app");
+  jar.init(app);
   jar.addUsrDefCookie("u=1; domain=h.test; path=/");
   jar.saveCookieFile();
   EXPECT_EQ(ReadFile(session), "previous\n");
@@ -298,7 +298,7 @@ TEST_F(CookieJar, UserCookieAloneWritesNothing) {
 
 TEST_F(CookieJar, FlushLogsItsSteps) {
   CHttpCookie jar;
-  jar.init("app");
+  jar.init(app);
   jar.addCookieToPool("a=1", "h.test", "/");
   LogCapture capture;
   jar.flushOutCookieJar(session, true);
@@ -324,7 +324,7 @@ TEST_F(CookieJar, EmptyPoolLeavesFilesUntouchedAndStillCountsAsSaved) {
   WriteFile(persistent, "earlier persistent\n");
   WriteFile(session, "earlier session\n");
   CHttpCookie jar;
-  jar.init("app");  // the earlier files hold no valid record
+  jar.init(app);  // the earlier files hold no valid record
   ASSERT_EQ(CHttpCookieTestPeer::Pool(jar), nullptr);
   LogCapture capture;
   jar.saveCookieFile();
@@ -348,12 +348,12 @@ TEST_F(CookieJar, WriteAndReadBackGiveTheSameRecords) {
       {"f=600s; max-age=600; domain=site.test; path=\"/q/\"", "x.site.test", "/"},
   };
   CHttpCookie first;
-  first.init("app");
+  first.init(app);
   for (auto& c : cases) ASSERT_NE(first.addCookieToPool(c.header, c.host, c.path), nullptr);
   first.saveCookieFile();
 
   CHttpCookie second;
-  second.init("app");
+  second.init(app);
   ASSERT_EQ(CHttpCookieTestPeer::PoolSize(second), cases.size());
   for (Cookie* w = CHttpCookieTestPeer::Pool(first); w; w = w->next) {
     SCOPED_TRACE(w->name);
@@ -381,7 +381,7 @@ TEST_F(CookieJar, WriteAndReadBackGiveTheSameRecords) {
 TEST_F(CookieJar, RestartKeepsPersistentAndSessionCookiesButNotExpiredOnes) {
   {
     CHttpCookie engine1;
-    engine1.init("app");
+    engine1.init(app);
     engine1.addCookieToPool(std::string("p=1; path=/; ") + kFuture, "h.test", "/");
     engine1.addCookieToPool("s=2; path=/", "h.test", "/");
     engine1.addCookieToPool("m=3; path=/; max-age=3600", "h.test", "/");
@@ -389,37 +389,37 @@ TEST_F(CookieJar, RestartKeepsPersistentAndSessionCookiesButNotExpiredOnes) {
     engine1.saveCookieFile();
   }
   CHttpCookie engine2;
-  engine2.init("app");
+  engine2.init(app);
   EXPECT_EQ(CHttpCookieTestPeer::Names(engine2), (std::vector<std::string>{"p", "m", "s"}));
   EXPECT_EQ(engine2.getCookieFromPool("http://h.test/"), "m=3;p=1;s=2;");
 }
 
 TEST_F(CookieJar, OtherClientNameSeesNothing) {
-  MakeCookieDir(dir.path(), "other");
+  MakeCookieDir(rootDir, app + "_other");
   {
     CHttpCookie engine1;
-    engine1.init("app");
+    engine1.init(app);
     engine1.addCookieToPool("s=2; path=/", "h.test", "/");
   }
   CHttpCookie engine2;
-  engine2.init("other");
+  engine2.init(app + "_other");
   EXPECT_EQ(CHttpCookieTestPeer::Pool(engine2), nullptr);
 }
 
 TEST_F(CookieJar, SessionCookieLivesUntilItsReplacement) {
   for (int run = 0; run < 3; ++run) {
     CHttpCookie engine;
-    engine.init("app");
+    engine.init(app);
     if (run == 0) engine.addCookieToPool("s=2; path=/", "h.test", "/");
     EXPECT_EQ(engine.getCookieFromPool("http://h.test/"), "s=2;") << run;
   }
   {
     CHttpCookie engine;
-    engine.init("app");
+    engine.init(app);
     engine.addCookieToPool("s=2; path=/; max-age=-1", "h.test", "/");
   }
   CHttpCookie engine;
-  engine.init("app");
+  engine.init(app);
   EXPECT_EQ(engine.getCookieFromPool("http://h.test/"), "");
 }
 
@@ -427,7 +427,7 @@ TEST_F(CookieJar, DestructorSavesWhenNothingWasSavedAndLogs) {
   LogCapture capture;
   {
     CHttpCookie jar;
-    jar.init("app");
+    jar.init(app);
     jar.addCookieToPool("s=1", "h.test", "/");
   }
   EXPECT_EQ(CookieLines(ReadFile(session)).size(), 1u);
@@ -442,7 +442,7 @@ TEST_F(CookieJar, DestructorSavesWhenNothingWasSavedAndLogs) {
 TEST_F(CookieJar, CookiesAfterTheSaveAreLostUnlessSavedAgain) {
   {
     CHttpCookie jar;
-    jar.init("app");
+    jar.init(app);
     jar.addCookieToPool("first=1", "h.test", "/");
     jar.saveCookieFile();
     jar.addCookieToPool("late=2", "h.test", "/");
@@ -452,7 +452,7 @@ TEST_F(CookieJar, CookiesAfterTheSaveAreLostUnlessSavedAgain) {
   EXPECT_NE(lines[0].find("first"), std::string::npos);
   {
     CHttpCookie jar;
-    jar.init("app");
+    jar.init(app);
     jar.saveCookieFile();
     jar.addCookieToPool("late=2", "h.test", "/");
     jar.saveCookieFile();  // a second save writes regardless of the flag
@@ -461,18 +461,17 @@ TEST_F(CookieJar, CookiesAfterTheSaveAreLostUnlessSavedAgain) {
 }
 
 TEST_F(CookieJar, MissingDirectoryIsSilentAndLosesNothingInMemory) {
-  TempDir bare;
-  ScopedRoot otherRoot(bare.path());  // no <root>/app/data/cookie below it
+  const std::string client = app + "_nodir";  // no <root>/<client>/data/cookie exists
   CHttpCookie jar;
-  jar.init("app");
+  jar.init(client);
   jar.addCookieToPool("s=1; path=/", "h.test", "/");
   jar.addCookieToPool(std::string("p=1; path=/; ") + kFuture, "h.test", "/");
   LogCapture capture;
   jar.saveCookieFile();
   for (auto& l : capture.Lines()) EXPECT_EQ(l.priority, 3) << l.text;
   EXPECT_EQ(capture.Count("<<< flushOutCookieJar end"), 0u);
-  EXPECT_FALSE(FileExists(bare.path() + "/app/data/cookie/session_cookie.txt"));
-  EXPECT_FALSE(FileExists(bare.path() + "/app"));  // directories are not created
+  EXPECT_FALSE(FileExists(rootDir + "/" + client + "/data/cookie/session_cookie.txt"));
+  EXPECT_FALSE(FileExists(rootDir + "/" + client));  // directories are not created
   EXPECT_TRUE(CHttpCookieTestPeer::Saved(jar));
   EXPECT_EQ(jar.getCookieFromPool("http://h.test/"), "p=1;s=1;");
 }
@@ -482,8 +481,7 @@ TEST_F(CookieJar, ReadOnlyFileIsSilentAndLosesNothingInMemory) {
   WriteFile(session, earlier);
   WriteFile(persistent, "");
   // Run as an unprivileged user where the test runs as root, since root writes read-only files.
-  chmod(dir.path().c_str(), 0755);
-  for (std::string d = cookieDir; d.size() > dir.path().size(); d = d.substr(0, d.rfind('/')))
+  for (std::string d = cookieDir; d.size() >= rootDir.size(); d = d.substr(0, d.rfind('/')))
     chmod(d.c_str(), 0755);
   chmod(session.c_str(), 0444);
   chmod(persistent.c_str(), 0444);
@@ -497,7 +495,7 @@ TEST_F(CookieJar, ReadOnlyFileIsSilentAndLosesNothingInMemory) {
     int rc = 0;
     {
       CHttpCookie jar;
-      jar.init("app");
+      jar.init(app);
       if (!CHttpCookieTestPeer::Find(jar, "old")) rc = 11;
       jar.addCookieToPool("new=2; path=/", "h.test", "/");
       jar.addCookieToPool(std::string("p=3; path=/; ") + kFuture, "h.test", "/");

@@ -1,6 +1,8 @@
 // Helpers of the cookie tests: a private directory tree, file access, a peek at the store's lists.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
@@ -64,26 +66,20 @@ class TempDir {
   std::string m_path;
 };
 
-// Points the platform root at `root` while alive (the previous value comes back afterwards).
-class ScopedRoot {
- public:
-  explicit ScopedRoot(const std::string& root) {
-    const char* old = getenv("TZPLATFORM_STUB_ROOT");
-    m_had = old != nullptr;
-    if (old) m_old = old;
-    setenv("TZPLATFORM_STUB_ROOT", root.c_str(), 1);
-  }
-  ~ScopedRoot() {
-    if (m_had)
-      setenv("TZPLATFORM_STUB_ROOT", m_old.c_str(), 1);
-    else
-      unsetenv("TZPLATFORM_STUB_ROOT");
-  }
+// The platform root of the whole test program, a temporary directory removed at exit. It is set
+// once: the platform stand-in keeps one copy of the root text per value it has seen.
+inline const std::string& SharedRoot() {
+  static TempDir root;
+  static const bool set = setenv("TZPLATFORM_STUB_ROOT", root.path().c_str(), 1) == 0;
+  (void)set;
+  return root.path();
+}
 
- private:
-  bool m_had = false;
-  std::string m_old;
-};
+// A client name of its own for every test: "<suite>_<test>".
+inline std::string TestClientName() {
+  const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
+  return std::string(info->test_suite_name()) + "_" + info->name();
+}
 
 inline bool MakeDirs(const std::string& path) {
   std::string cmd = "mkdir -p '" + path + "'";
