@@ -346,3 +346,15 @@ TEST(CHttpCookie, FreelistWithStringsReleasesAWholeList) {
   jar.freelist(nullptr, true);
   jar.freelist(nullptr, false);
 }
+
+TEST(CHttpCookie, HeaderTextWithLeadingBlankAndLineEndAsReceived) {
+  CHttpCookie jar;
+  Cookie* c = jar.addCookieToPool(" sid=42; Path=/live; HttpOnly\r\n", "cdn.site.test",
+                                  "/live/index.m3u8");
+  ASSERT_NE(c, nullptr);
+  EXPECT_STREQ(c->name, "sid");
+  EXPECT_STREQ(c->value, "42");
+  EXPECT_STREQ(c->path, "/live");
+  EXPECT_TRUE(c->httponly);
+  EXPECT_EQ(jar.getCookieFromPool("http://cdn.site.test/live/seg1.ts"), "sid=42;");
+}
