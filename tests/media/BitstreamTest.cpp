@@ -1,9 +1,9 @@
-#include "Bitstream.h"
-
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <vector>
+
+#include "Bitstream.h"
 
 using strmcommon::BitstreamBuilder;
 using strmcommon::BitstreamReader;
@@ -504,7 +504,7 @@ TEST(BitstreamBuilder, ValueWiderThanCountSpillsIntoTheNeighbouringBits) {
   BitstreamBuilder b;
   b.Reset(bytes, 1);
   b.AddBits(0, 2);
-  b.AddBits(0x7, 2);  // only two bits asked for, three given
+  b.AddBits(0x7, 2);          // only two bits asked for, three given
   EXPECT_EQ(bytes[0], 0x70);  // field bits 0x30 plus the spilled 0x40
 }
 

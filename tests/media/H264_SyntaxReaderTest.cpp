@@ -1,11 +1,10 @@
-#include "H264_SyntaxReader.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
 #include "Bitstream.h"
+#include "H264_SyntaxReader.h"
 
 using strmcommon::H264_SyntaxReader;
 using strmcommon::H264HeaderParser;
@@ -80,8 +79,8 @@ SpsWriter SpsStart(unsigned int profile, unsigned int id = 0) {
 
 // From log2_max_frame_num_minus4 up to the cropping fields, poc type 0.
 void SpsPicture(SpsWriter& w, unsigned int widthMbs1, unsigned int heightMapUnits1,
-                unsigned int frameMbsOnly, bool crop, unsigned int left = 0,
-                unsigned int right = 0, unsigned int top = 0, unsigned int bottom = 0) {
+                unsigned int frameMbsOnly, bool crop, unsigned int left = 0, unsigned int right = 0,
+                unsigned int top = 0, unsigned int bottom = 0) {
   w.UE(0).UE(0).UE(2);  // log2_max_frame_num_minus4, poc type 0, log2_max_poc_lsb_minus4
   w.UE(4).U(0, 1);      // max_num_ref_frames, gaps flag
   w.UE(widthMbs1).UE(heightMapUnits1).U(frameMbsOnly, 1);
@@ -324,8 +323,8 @@ TEST(H264HeaderParser, IdrSliceIsPassedOverAndClearsTheState) {
 
 TEST(H264HeaderParser, OtherNalUnitsArePassedOver) {
   ParserProbe p;
-  unsigned char data[] = {0x00, 0x00, 0x00, 0x01, 0x09, 0xF0, 0x00, 0x00, 0x01, 0x06, 0x05,
-                          0x00, 0x00, 0x01, 0x27, 0x64};
+  unsigned char data[] = {0x00, 0x00, 0x00, 0x01, 0x09, 0xF0, 0x00, 0x00,
+                          0x01, 0x06, 0x05, 0x00, 0x00, 0x01, 0x27, 0x64};
   EXPECT_EQ(p.ParseHeader(data, sizeof data), 1);
   EXPECT_EQ(p.GetSpsOffet(), 14);
 }
@@ -490,7 +489,7 @@ TEST(H264HeaderParser, HorizontalCropTakesTwoPixelsPerUnit) {
 
 TEST(H264HeaderParser, PocTypeOneStoresTheFlagAndSkipsTheCycle) {
   SpsWriter w = SpsStart(77);
-  w.UE(2).UE(1);                              // log2_max_frame_num_minus4, poc type 1
+  w.UE(2).UE(1);                                    // log2_max_frame_num_minus4, poc type 1
   w.U(1, 1).SE(-3).SE(5).UE(3).SE(1).SE(-2).SE(7);  // flag, two offsets, 3 cycle entries
   w.UE(1).U(0, 1).UE(39).UE(29).U(1, 1).U(1, 1).U(0, 1);
   auto bytes = w.Bytes();

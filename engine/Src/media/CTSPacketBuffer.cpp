@@ -6,12 +6,7 @@
 namespace strmcommon {
 
 CTSPacketBuffer::CTSPacketBuffer(unsigned int size)
-    : m_begin(nullptr),
-      m_end(nullptr),
-      m_read(nullptr),
-      m_write(nullptr),
-      m_used(0),
-      m_max(0) {
+    : m_begin(nullptr), m_end(nullptr), m_read(nullptr), m_write(nullptr), m_used(0), m_max(0) {
   SetMaxSize(size);
 }
 

@@ -167,8 +167,8 @@ bool H264HeaderParser::ParseSPS(unsigned char* data, int size, H264SequenceSetPa
     unsigned int chromaFormatIdc = 0;
     if (reader.ReadUE(chromaFormatIdc) != 0) return false;
     if (chromaFormatIdc == 3 && reader.ReadU(1, value) != 0) return false;
-    if (reader.ReadUE(value) != 0) return false;   // bit_depth_luma_minus8
-    if (reader.ReadUE(value) != 0) return false;   // bit_depth_chroma_minus8
+    if (reader.ReadUE(value) != 0) return false;    // bit_depth_luma_minus8
+    if (reader.ReadUE(value) != 0) return false;    // bit_depth_chroma_minus8
     if (reader.ReadU(1, value) != 0) return false;  // qpprime_y_zero_transform_bypass_flag
     unsigned int matrixPresent = 0;
     if (reader.ReadU(1, matrixPresent) != 0) return false;
@@ -218,10 +218,9 @@ bool H264HeaderParser::CalcResolution(const H264SequenceSetParse& sps, int& widt
   if (sps.pic_width_in_mbs_minus1 == 0 || sps.pic_height_in_map_units_minus1 == 0) return false;
   // 4:2:0 crop units whatever the chroma format, and the offsets are used whether or not
   // frame_cropping_flag is set.
-  width = static_cast<int>(
-      ((sps.pic_width_in_mbs_minus1 * 8 + 8) - sps.frame_crop_right_offset -
-       sps.frame_crop_left_offset) *
-      2);
+  width = static_cast<int>(((sps.pic_width_in_mbs_minus1 * 8 + 8) - sps.frame_crop_right_offset -
+                            sps.frame_crop_left_offset) *
+                           2);
   unsigned int f = 2 - sps.frame_mbs_only_flag;
   height = static_cast<int>(((sps.pic_height_in_map_units_minus1 + 1) * f * 8 -
                              (sps.frame_crop_top_offset + sps.frame_crop_bottom_offset) * f) *

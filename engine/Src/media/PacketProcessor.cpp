@@ -14,8 +14,7 @@ int SlotOf(int pid) {
 }  // namespace
 
 TsProcessData::TsProcessData()
-    : m_esTable(kTableSize,
-                EsEntry{kFreeKey, EsInfo{0xFFFF, -1, -1, kStreamNone, false}}),
+    : m_esTable(kTableSize, EsEntry{kFreeKey, EsInfo{0xFFFF, -1, -1, kStreamNone, false}}),
       m_audioPmtPid(0xFFFF),
       m_audioPid(0xFFFF),
       m_pmtPid(0xFFFF),
