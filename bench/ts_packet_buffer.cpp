@@ -1,0 +1,119 @@
+// CTSPacketBuffer push/pop throughput beside plain memcpy of the same bytes.
+//
+// Each iteration pushes one chunk of transport packets into the ring and pops it out again, so
+// every byte is copied in and copied out once. The memcpy baseline does exactly those two copies
+// through a block of the same size, without the ring's lock and bookkeeping. The ring holds a
+// whole number of chunks, so no transfer crosses the end of the block.
+//   bench_ts_packet_buffer [--benchmark_min_time=...]
+// After the runs a summary prints GB/s (10^9 bytes per second, bytes moved through the buffer)
+// and the ratio of the buffer to memcpy for each chunk size.
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "CTSPacketBuffer.h"
+
+using strmcommon::CTSPacketBuffer;
+
+namespace {
+
+constexpr unsigned int kPacket = 188;
+constexpr unsigned int kRingChunks = 8;
+
+std::vector<unsigned char> PacketBytes(unsigned int packets) {
+  std::vector<unsigned char> bytes(packets * kPacket);
+  for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<unsigned char>(i * 7 + 1);
+  for (unsigned int p = 0; p < packets; ++p) bytes[p * kPacket] = 0x47;
+  return bytes;
+}
+
+void SetRate(benchmark::State& state, unsigned int chunkBytes) {
+  double bytes = static_cast<double>(state.iterations()) * chunkBytes;
+  state.SetBytesProcessed(static_cast<int64_t>(bytes));
+  state.counters["GB/s"] = benchmark::Counter(bytes / 1e9, benchmark::Counter::kIsRate);
+}
+
+void BM_RingPushPop(benchmark::State& state) {
+  const unsigned int packets = static_cast<unsigned int>(state.range(0));
+  const unsigned int chunkBytes = packets * kPacket;
+  CTSPacketBuffer ring(kRingChunks * chunkBytes);
+  std::vector<unsigned char> in = PacketBytes(packets);
+  std::vector<unsigned char> out(chunkBytes);
+  if (packets == 1) {
+    for (auto _ : state) {
+      ring.PushBackPacket(in.data());
+      ring.PopFront(kPacket, out.data());
+      benchmark::DoNotOptimize(out.data());
+      benchmark::ClobberMemory();
+    }
+  } else {
+    for (auto _ : state) {
+      ring.PushBack(in.data(), chunkBytes);
+      ring.PopFront(chunkBytes, out.data());
+      benchmark::DoNotOptimize(out.data());
+      benchmark::ClobberMemory();
+    }
+  }
+  if (memcmp(in.data(), out.data(), chunkBytes) != 0) state.SkipWithError("bytes damaged");
+  SetRate(state, chunkBytes);
+}
+
+void BM_Memcpy(benchmark::State& state) {
+  const unsigned int packets = static_cast<unsigned int>(state.range(0));
+  const unsigned int chunkBytes = packets * kPacket;
+  std::vector<unsigned char> block(kRingChunks * chunkBytes);
+  std::vector<unsigned char> in = PacketBytes(packets);
+  std::vector<unsigned char> out(chunkBytes);
+  unsigned int pos = 0;
+  for (auto _ : state) {
+    memcpy(&block[pos], in.data(), chunkBytes);
+    benchmark::ClobberMemory();
+    memcpy(out.data(), &block[pos], chunkBytes);
+    pos += chunkBytes;
+    if (pos == block.size()) pos = 0;
+    benchmark::DoNotOptimize(out.data());
+    benchmark::ClobberMemory();
+  }
+  SetRate(state, chunkBytes);
+}
+
+BENCHMARK(BM_RingPushPop)->Arg(1)->Arg(7)->Arg(64);
+BENCHMARK(BM_Memcpy)->Arg(1)->Arg(7)->Arg(64);
+
+// Keeps the rates of the runs for the summary.
+class SummaryReporter : public benchmark::ConsoleReporter {
+ public:
+  void ReportRuns(const std::vector<Run>& runs) override {
+    for (const Run& run : runs) {
+      if (run.error_occurred || run.run_type != Run::RT_Iteration) continue;
+      auto it = run.counters.find("GB/s");
+      if (it != run.counters.end()) rates[run.benchmark_name()] = it->second.value;
+    }
+    ConsoleReporter::ReportRuns(runs);
+  }
+  std::map<std::string, double> rates;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  SummaryReporter reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+  std::printf("\n%-10s %14s %14s %8s\n", "packets", "buffer GB/s", "memcpy GB/s", "ratio");
+  for (int packets : {1, 7, 64}) {
+    std::string arg = "/" + std::to_string(packets);
+    auto ring = reporter.rates.find("BM_RingPushPop" + arg);
+    auto copy = reporter.rates.find("BM_Memcpy" + arg);
+    if (ring == reporter.rates.end() || copy == reporter.rates.end()) continue;
+    std::printf("%-10d %14.2f %14.2f %7.1f%%\n", packets, ring->second, copy->second,
+                100.0 * ring->second / copy->second);
+  }
+  benchmark::Shutdown();
+  return 0;
+}
