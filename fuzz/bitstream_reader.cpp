@@ -33,7 +33,8 @@ void Check(bool ok) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   FuzzedDataProvider in(data, size);
-  std::vector<unsigned char> buffer = in.ConsumeBytes<unsigned char>(in.ConsumeIntegralInRange(0, 64));
+  std::vector<unsigned char> buffer =
+      in.ConsumeBytes<unsigned char>(in.ConsumeIntegralInRange(0, 64));
   int size32 = static_cast<int>(buffer.size());
   if (buffer.empty()) buffer.push_back(0);  // Reset reads the first byte even for size 0
 
@@ -62,8 +63,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (moved == 0 && count != 0) {
           Check(v == -7);
         } else if (count != 0) {
-          Check(moved == count &&
-                static_cast<unsigned int>(v) == Extract(buffer, before, count));
+          Check(moved == count && static_cast<unsigned int>(v) == Extract(buffer, before, count));
         }
         break;
       }
