@@ -43,9 +43,9 @@ class H264_SyntaxReader {
 
  protected:
   Packet* m_packet;
-  int m_zeroRun;
-  int m_reserved;
-  unsigned int m_bitPos;
+  int m_zeroRun;          // zero bytes just passed: 0, 1 or 2
+  int m_reserved;         // zeroed by the constructor, otherwise unused; keeps the record layout
+  unsigned int m_bitPos;  // next bit of m_curByte from the top; 8 fetches a new byte
   unsigned char m_curByte;
 };
 
