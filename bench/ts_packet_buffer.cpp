@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "CTSPacketBuffer.h"
+#include "Mutex.h"
 
 using strmcommon::CTSPacketBuffer;
 
@@ -92,6 +93,16 @@ void BM_Memcpy(benchmark::State& state) {
   SetRate(state, chunkBytes);
 }
 
+// The fixed cost inside every buffer operation: one uncontended round trip of its lock.
+void BM_LockRoundTrip(benchmark::State& state) {
+  strmcommon::RecursiveMutex lock;
+  for (auto _ : state) {
+    strmcommon::ScopedLock hold(lock);
+    benchmark::ClobberMemory();
+  }
+}
+
+BENCHMARK(BM_LockRoundTrip);
 BENCHMARK(BM_RingPushPop)->ArgsProduct({{1, 7, 64}, {0, 1}})->ArgNames({"packets", "large"});
 BENCHMARK(BM_Memcpy)->ArgsProduct({{1, 7, 64}, {0, 1}})->ArgNames({"packets", "large"});
 
