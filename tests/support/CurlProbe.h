@@ -26,6 +26,7 @@ class CurlProbe : public strmcommon::Curl {
   using Curl::m_lowSpeedTimeSet;
   using Curl::m_maxNwSpeed;
   using Curl::m_multi;
+  using Curl::m_mutItem;
   using Curl::m_quit;
   using Curl::m_requestKey;
   using Curl::m_requestLock;

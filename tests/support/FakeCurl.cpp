@@ -24,6 +24,19 @@ bool FakeCurlEasy::GetInfoWithDouble(CURLINFO info, double* value) {
 }
 
 bool FakeCurlEasy::SetOpt(CURLoption option, void const* value) {
+  switch (option) {
+    case CURLOPT_URL:
+    case CURLOPT_RANGE:
+    case CURLOPT_PROXY:
+    case CURLOPT_USERAGENT:
+    case CURLOPT_ACCEPT_ENCODING:
+    case CURLOPT_COOKIE:
+      m_strings.emplace_back(static_cast<const char*>(value));
+      value = m_strings.back().c_str();
+      break;
+    default:
+      break;
+  }
   options.emplace_back(option, value);
   return true;
 }
@@ -96,6 +109,7 @@ int FakeCurlMulti::Select(int nfds, fd_set*, fd_set*, fd_set*, timeval* timeout)
   ++m_state->selectCalls;
   m_state->selectNfds = nfds;
   m_state->selectTimeout = *timeout;
+  if (m_state->onSelect) m_state->onSelect();
   return m_state->selectResult;
 }
 

@@ -6,6 +6,7 @@
 #include <curl/curl.h>
 
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <set>
@@ -37,6 +38,8 @@ struct FakeCurlState {
   int runningDefault = 0;
   int fdsetMaxFd = -1;
   int selectResult = 0;
+  // Runs inside Select, where the engine has let go of its lock.
+  std::function<void()> onSelect;
   std::deque<strmcommon::CurlMsg> messages;
 
   // Multi handle record.
@@ -81,6 +84,8 @@ class FakeCurlEasy : public strmcommon::ICurlEasy {
 
  private:
   std::shared_ptr<FakeCurlState> m_state;
+  // libcurl copies string options; so does the fake.
+  std::deque<std::string> m_strings;
 };
 
 class FakeCurlMulti : public strmcommon::ICurlMulti {
