@@ -43,6 +43,8 @@ LoopbackServer::LoopbackServer()
 
 LoopbackServer::LoopbackServer(std::unique_ptr<httplib::Server> server, const std::string& scheme)
     : m_server(std::move(server)), m_scheme(scheme) {
+  // Enough workers for every unit of an engine to hold a keep-alive connection at once.
+  m_server->new_task_queue = [] { return new httplib::ThreadPool(32); };
   AddRoutes();
   Start();
 }
