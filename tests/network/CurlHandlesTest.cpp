@@ -6,6 +6,7 @@
 #include "ConcreateCurlFactory.h"
 #include "CurlEasy.h"
 #include "CurlMulti.h"
+#include "EngineInterpose.h"
 #include "LoopbackServer.h"
 
 using strmcommon::ConcreateCurlFactory;
@@ -244,6 +245,25 @@ TEST(CurlMulti, FDSetReportsNoDescriptorsWithoutTransfers) {
   int maxFd = 0;
   EXPECT_TRUE(multi.FDSet(&r, &w, &e, &maxFd));
   EXPECT_EQ(maxFd, -1);
+}
+
+TEST(CurlEasy, ConstructorThrowsWithoutAHandle) {
+  engineinterpose::easyInitFailAfter = 0;
+  EXPECT_THROW(CurlEasy easy, std::exception);
+  engineinterpose::Reset();
+}
+
+TEST(CurlMulti, ConstructorThrowsWithoutAHandle) {
+  engineinterpose::failMultiInit = true;
+  EXPECT_THROW(CurlMulti multi, std::exception);
+  engineinterpose::Reset();
+}
+
+TEST(ConcreateCurlFactory, CreateLetsTheConstructorsExceptionPass) {
+  ConcreateCurlFactory<CurlEasy, CurlMulti> factory;
+  engineinterpose::easyInitFailAfter = 0;
+  EXPECT_THROW(factory.CreateCurlEasy(), std::exception);
+  engineinterpose::Reset();
 }
 
 TEST(ConcreateCurlFactory, CreatesAndReleasesConcreteObjects) {

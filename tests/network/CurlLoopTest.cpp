@@ -129,6 +129,13 @@ TEST_F(CurlLoop, NoDescriptorsMakesSelectRunWithNfdsZero) {
   EXPECT_EQ(state->selectTimeout.tv_usec, 300000);
 }
 
+TEST_F(CurlLoop, DescriptorZeroMakesSelectRunWithNfdsOne) {
+  state->performScript = {{false, 1}, {false, 1}};
+  state->fdsetMaxFd = 0;
+  curl->Process();
+  EXPECT_EQ(state->selectNfds, 1);
+}
+
 TEST_F(CurlLoop, FailedSelectSkipsTheSecondPerform) {
   state->performScript = {{false, 1}};
   state->selectResult = -1;

@@ -120,6 +120,32 @@ TEST_F(CurlConstruction, FailingSystemInfoLogsUntaggedToTheMainLogAndKeepsTheDef
   Finish(curl);
 }
 
+TEST_F(CurlConstruction, FailingSystemInfoKeepsTheDefaultsWhateverTheFlagHolds) {
+  engineinterpose::failSystemInfoWithTrue = true;
+  LogCapture capture;
+  auto curl = Make();
+  engineinterpose::failSystemInfoWithTrue = false;
+  EXPECT_EQ(capture.Count("system_info_get_custom_bool() fail"), 1u);
+  EXPECT_EQ(curl->m_connectTimeout, 25);
+  EXPECT_EQ(curl->m_lowSpeedTime, 28);
+  EXPECT_EQ(curl->m_retryCount, 0);
+  Finish(curl);
+}
+
+TEST_F(CurlConstruction, ThrowsWhenLibcurlGivesNoEasyHandle) {
+  system_info_stub_set_mode(SYSTEM_INFO_STUB_FALSE);
+  engineinterpose::easyInitFailAfter = 5;
+  EXPECT_THROW(strmcommon::Curl(strmcommon::CURL_THREAD_FIXED, 0, ""), std::exception);
+  engineinterpose::Reset();
+}
+
+TEST_F(CurlConstruction, ThrowsWhenLibcurlGivesNoMultiHandle) {
+  system_info_stub_set_mode(SYSTEM_INFO_STUB_FALSE);
+  engineinterpose::failMultiInit = true;
+  EXPECT_THROW(strmcommon::Curl(strmcommon::CURL_THREAD_FIXED, 0, ""), std::exception);
+  engineinterpose::Reset();
+}
+
 TEST_F(CurlConstruction, PoolHasTwentyUnitsEachWithItsOwnEasyHandle) {
   system_info_stub_set_mode(SYSTEM_INFO_STUB_FALSE);
   auto curl = Make();

@@ -3,12 +3,17 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
+#include "system_info.h"
+
 #include <mutex>
 
 namespace engineinterpose {
 
 std::atomic<bool> captureUsleep{false};
 std::atomic<bool> captureSlistFree{false};
+std::atomic<bool> failSystemInfoWithTrue{false};
+std::atomic<int> easyInitFailAfter{-1};
+std::atomic<bool> failMultiInit{false};
 
 namespace {
 std::mutex& Lock() {
@@ -38,6 +43,9 @@ std::vector<curl_slist*> SlistFrees() {
 void Reset() {
   captureUsleep = false;
   captureSlistFree = false;
+  failSystemInfoWithTrue = false;
+  easyInitFailAfter = -1;
+  failMultiInit = false;
   std::lock_guard<std::mutex> guard(Lock());
   UsleepLog().clear();
   SlistLog().clear();
@@ -69,6 +77,32 @@ void curl_slist_free_all(curl_slist* list) {
     return;
   }
   real(list);
+}
+
+int system_info_get_custom_bool(const char* key, bool* value) {
+  using Fn = int (*)(const char*, bool*);
+  static Fn real = reinterpret_cast<Fn>(dlsym(RTLD_NEXT, "system_info_get_custom_bool"));
+  if (failSystemInfoWithTrue.load()) {
+    *value = true;
+    return -5;
+  }
+  return real(key, value);
+}
+
+CURL* curl_easy_init(void) {
+  using Fn = CURL* (*)(void);
+  static Fn real = reinterpret_cast<Fn>(dlsym(RTLD_NEXT, "curl_easy_init"));
+  int left = easyInitFailAfter.load();
+  if (left == 0) return nullptr;
+  if (left > 0) easyInitFailAfter = left - 1;
+  return real();
+}
+
+CURLM* curl_multi_init(void) {
+  using Fn = CURLM* (*)(void);
+  static Fn real = reinterpret_cast<Fn>(dlsym(RTLD_NEXT, "curl_multi_init"));
+  if (failMultiInit.load()) return nullptr;
+  return real();
 }
 
 }  // extern "C"

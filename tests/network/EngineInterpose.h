@@ -18,6 +18,14 @@ std::vector<unsigned int> UsleepCalls();
 extern std::atomic<bool> captureSlistFree;
 std::vector<curl_slist*> SlistFrees();
 
+// While set, system_info_get_custom_bool writes true into its answer and fails.
+extern std::atomic<bool> failSystemInfoWithTrue;
+
+// Non-negative: curl_easy_init answers null once that many more calls have gone through.
+extern std::atomic<int> easyInitFailAfter;
+// While set, curl_multi_init answers null.
+extern std::atomic<bool> failMultiInit;
+
 void Reset();
 
 }  // namespace engineinterpose

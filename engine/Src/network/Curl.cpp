@@ -67,19 +67,25 @@ Curl::Curl(curl_thread_option option, int sleepTime, std::string cookiePath,
 
   // Units are never allocated or freed after this: clients hold pointers into the pool.
   m_units.reserve(kUnitCount);
-  for (int i = 0; i < kUnitCount; ++i) {
-    m_units.emplace_back(false, UnitObject());
-    UnitObject& unit = m_units.back().second;
-    unit.m_urlIndex = 0;
-    unit.m_hostIndex = -1;
-    unit.m_pauseBuffer.reserve(16384);
-    unit.m_curl = this;
-    unit.m_easy = m_factory->CreateCurlEasy();
-    unit.m_done = false;
-    unit.m_chunk = nullptr;
+  try {
+    for (int i = 0; i < kUnitCount; ++i) {
+      m_units.emplace_back(false, UnitObject());
+      UnitObject& unit = m_units.back().second;
+      unit.m_urlIndex = 0;
+      unit.m_hostIndex = -1;
+      unit.m_pauseBuffer.reserve(16384);
+      unit.m_curl = this;
+      unit.m_easy = m_factory->CreateCurlEasy();
+      unit.m_done = false;
+      unit.m_chunk = nullptr;
+    }
+    m_multi = m_factory->CreateCurlMulti();
+  } catch (...) {
+    // No libcurl handle: give back what was made and let the exception leave the constructor.
+    for (auto& slot : m_units) m_factory->ReleaseCurlEasy(slot.second.m_easy);
+    delete m_factory;
+    throw;
   }
-
-  m_multi = m_factory->CreateCurlMulti();
   m_headers = nullptr;
   m_thread = new Thread();
 }
