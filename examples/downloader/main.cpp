@@ -33,13 +33,13 @@ class FileServer {
     m_server.new_task_queue = [] { return new httplib::ThreadPool(24); };
     m_server.Get(R"(/file/(\d+))", [](const httplib::Request& req, httplib::Response& res) {
       size_t size = std::stoull(req.matches[1].str());
-      res.set_content_provider(
-          size, "application/octet-stream",
-          [](size_t offset, size_t length, httplib::DataSink& sink) {
-            std::vector<char> piece(std::min<size_t>(length, 256 * 1024));
-            for (size_t i = 0; i < piece.size(); ++i) piece[i] = ContentByte(offset + i);
-            return sink.write(piece.data(), piece.size());
-          });
+      res.set_content_provider(size, "application/octet-stream",
+                               [](size_t offset, size_t length, httplib::DataSink& sink) {
+                                 std::vector<char> piece(std::min<size_t>(length, 256 * 1024));
+                                 for (size_t i = 0; i < piece.size(); ++i)
+                                   piece[i] = ContentByte(offset + i);
+                                 return sink.write(piece.data(), piece.size());
+                               });
     });
     m_port = m_server.bind_to_any_port("127.0.0.1");
     m_thread = std::thread([this] { m_server.listen_after_bind(); });
@@ -135,8 +135,8 @@ int main(int argc, char** argv) {
     strmcommon::UnitObject* unit = nullptr;
     strmcommon::UserData data{0, 0, 0, 99999999, 0, 0};
     curl.LockMutItem();
-    int result = curl.BeginDownload(curl.GetRequestKey(), server.Url(size), false, unit, false,
-                                    data);
+    int result =
+        curl.BeginDownload(curl.GetRequestKey(), server.Url(size), false, unit, false, data);
     curl.UnlockMutItem();
     if (result != 0 || unit == nullptr) {
       std::fprintf(stderr, "begin failed for %zu bytes: %d\n", size, result);

@@ -1,8 +1,7 @@
-#include "Clock.h"
-
 #include <gtest/gtest.h>
 #include <time.h>
 
+#include "Clock.h"
 #include "SysInterpose.h"
 
 namespace {

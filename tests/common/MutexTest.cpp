@@ -1,11 +1,10 @@
-#include "Mutex.h"
-
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
 #include <thread>
 
+#include "Mutex.h"
 #include "WaitFor.h"
 
 using strmcommon::Mutex;

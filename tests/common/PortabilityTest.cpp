@@ -1,11 +1,11 @@
-#include "Portability.h"
-
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdarg>
 #include <cstring>
 #include <string>
+
+#include "Portability.h"
 
 namespace {
 

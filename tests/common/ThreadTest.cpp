@@ -1,5 +1,3 @@
-#include "Thread.h"
-
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -10,6 +8,7 @@
 
 #include "LogCapture.h"
 #include "SysInterpose.h"
+#include "Thread.h"
 #include "WaitFor.h"
 
 using strmcommon::Thread;

@@ -70,8 +70,8 @@ int main(int argc, char** argv) {
     strmcommon::UnitObject* unit = nullptr;
     strmcommon::UserData data{0, 0, i, 99999999, 0, 0};
     curl.LockMutItem();
-    int result = curl.BeginDownload(curl.GetRequestKey(), base + "/" + argv[i], false, unit,
-                                    false, data);
+    int result =
+        curl.BeginDownload(curl.GetRequestKey(), base + "/" + argv[i], false, unit, false, data);
     curl.UnlockMutItem();
     if (result != 0 || unit == nullptr) {
       std::fprintf(stderr, "begin %s: %d\n", argv[i], result);

@@ -555,9 +555,9 @@ class PacedLoop : public ::testing::Test {
   void SetUp() override {
     engineinterpose::Reset();
     system_info_stub_set_mode(SYSTEM_INFO_STUB_FALSE);
-    curl = std::make_unique<TimedPass>(strmcommon::CURL_THREAD_PACED, 5000, "",
-                                       new testsupport::FakeCurlFactory(
-                                           std::make_shared<testsupport::FakeCurlState>()));
+    curl = std::make_unique<TimedPass>(
+        strmcommon::CURL_THREAD_PACED, 5000, "",
+        new testsupport::FakeCurlFactory(std::make_shared<testsupport::FakeCurlState>()));
   }
   void TearDown() override {
     engineinterpose::Reset();

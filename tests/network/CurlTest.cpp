@@ -1,8 +1,4 @@
 // Construction, settings, queries and the plain-GET set-up of the download engine.
-#include "Curl.h"
-#include "CurlEasy.h"
-#include "CurlMulti.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -10,6 +6,9 @@
 #include <cstdlib>
 #include <thread>
 
+#include "Curl.h"
+#include "CurlEasy.h"
+#include "CurlMulti.h"
 #include "EngineFixture.h"
 
 using enginetest::Data;
@@ -308,8 +307,7 @@ TEST_F(FakeEngineTest, SetMaxNwSpeedLimitsLaterTransfers) {
   EXPECT_EQ(curl->m_maxNwSpeed, 5000);
   UnitObject* second = nullptr;
   ASSERT_EQ(Begin(second), 0);
-  EXPECT_EQ(EasyOf(second)->Option(CURLOPT_MAX_RECV_SPEED_LARGE),
-            reinterpret_cast<void*>(5000L));
+  EXPECT_EQ(EasyOf(second)->Option(CURLOPT_MAX_RECV_SPEED_LARGE), reinterpret_cast<void*>(5000L));
 }
 
 TEST_F(FakeEngineTest, ProxyAndAgentAreCopiedReportedAndSet) {

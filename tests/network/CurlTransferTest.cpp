@@ -200,8 +200,8 @@ TEST_F(CurlTransfer, QuitWhileTransfersRunStopsTheWorkerAndReleasesEverything) {
   size_t bytes = client.Get(units[0]).bytes;
   EXPECT_LT(bytes, 100000u);
   // Nothing runs any more: a later look finds the same count.
-  EXPECT_FALSE(WaitFor([&] { return client.Get(units[0]).bytes != bytes; },
-                       std::chrono::milliseconds(200)));
+  EXPECT_FALSE(
+      WaitFor([&] { return client.Get(units[0]).bytes != bytes; }, std::chrono::milliseconds(200)));
 }
 
 TEST_F(CurlTransfer, RestartAfterQuitDownloadsAgain) {

@@ -28,9 +28,9 @@ class FakeEngineTest : public ::testing::Test {
     engineinterpose::Reset();
     system_info_stub_set_mode(SYSTEM_INFO_STUB_FALSE);
     state = std::make_shared<testsupport::FakeCurlState>();
-    curl = std::make_unique<testsupport::CurlProbe>(
-        strmcommon::CURL_THREAD_FIXED, 0, "/tmp/strmcommon-test",
-        new testsupport::FakeCurlFactory(state));
+    curl = std::make_unique<testsupport::CurlProbe>(strmcommon::CURL_THREAD_FIXED, 0,
+                                                    "/tmp/strmcommon-test",
+                                                    new testsupport::FakeCurlFactory(state));
     curl->Init(&client, nullptr);
   }
   void TearDown() override {
@@ -87,9 +87,8 @@ class LiveEngineTest : public ::testing::Test {
   }
 
   // Waits for the next finished unit, or null at the deadline.
-  strmcommon::UnitObject* WaitCompleted(int& code, long& date,
-                                        std::chrono::milliseconds deadline =
-                                            std::chrono::seconds(30)) {
+  strmcommon::UnitObject* WaitCompleted(
+      int& code, long& date, std::chrono::milliseconds deadline = std::chrono::seconds(30)) {
     strmcommon::UnitObject* unit = nullptr;
     testsupport::WaitFor(
         [&] {

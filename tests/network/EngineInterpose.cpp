@@ -3,9 +3,9 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
-#include "system_info.h"
-
 #include <mutex>
+
+#include "system_info.h"
 
 namespace engineinterpose {
 

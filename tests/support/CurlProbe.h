@@ -15,18 +15,24 @@ namespace testsupport {
 class CurlProbe : public strmcommon::Curl {
  public:
   using Curl::Curl;
+  using Curl::m_agent;
   using Curl::m_callback;
   using Curl::m_completed;
   using Curl::m_connectTimeout;
   using Curl::m_connTimeoutSet;
+  using Curl::m_cookiePath;
+  using Curl::m_destIp;
   using Curl::m_event;
+  using Curl::m_factory;
   using Curl::m_headers;
+  using Curl::m_hostIp;
   using Curl::m_hosts;
   using Curl::m_lowSpeedTime;
   using Curl::m_lowSpeedTimeSet;
   using Curl::m_maxNwSpeed;
   using Curl::m_multi;
   using Curl::m_mutItem;
+  using Curl::m_proxy;
   using Curl::m_quit;
   using Curl::m_requestKey;
   using Curl::m_requestLock;
@@ -39,12 +45,6 @@ class CurlProbe : public strmcommon::Curl {
   using Curl::m_units;
   using Curl::m_urlInfo;
   using Curl::m_useAccelerator;
-  using Curl::m_cookiePath;
-  using Curl::m_agent;
-  using Curl::m_proxy;
-  using Curl::m_destIp;
-  using Curl::m_hostIp;
-  using Curl::m_factory;
 
   // Counts passes so a test can wait for the worker to have gone round.
   bool RunOnce() override {

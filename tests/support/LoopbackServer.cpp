@@ -38,8 +38,7 @@ uint64_t Checksum::OfContent(size_t size) {
   return sum.Value();
 }
 
-LoopbackServer::LoopbackServer()
-    : LoopbackServer(std::make_unique<httplib::Server>(), "http") {}
+LoopbackServer::LoopbackServer() : LoopbackServer(std::make_unique<httplib::Server>(), "http") {}
 
 LoopbackServer::LoopbackServer(std::unique_ptr<httplib::Server> server, const std::string& scheme)
     : m_server(std::move(server)), m_scheme(scheme) {

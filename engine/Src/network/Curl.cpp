@@ -16,8 +16,7 @@ const char kPoorNetworkKey[] = "com.corvane/featureconf/multimedia.hls.poor_netw
 Curl::Curl(curl_thread_option option, int sleepTime, std::string cookiePath)
     : Curl(option, sleepTime, std::move(cookiePath), nullptr) {}
 
-Curl::Curl(curl_thread_option option, int sleepTime, std::string cookiePath,
-           ICurlFactory* factory)
+Curl::Curl(curl_thread_option option, int sleepTime, std::string cookiePath, ICurlFactory* factory)
     : m_connectTimeout(0),
       m_lowSpeedTime(0),
       m_retryCount(0),

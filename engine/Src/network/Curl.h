@@ -115,8 +115,7 @@ class Curl : public ICurl {
   static int ProgressCB(void* unit, double dltotal, double dlnow, double ultotal, double ulnow);
   int OnBodyDownload(UnitObject* unit, void* data, int size, int easyCurlId, int curlId);
   int OnHeaderDownload(UnitObject* unit, void* data, int size);
-  int CallTransfer(UnitObject* unit, int code, unsigned char* data, unsigned int size,
-                   int curlId);
+  int CallTransfer(UnitObject* unit, int code, unsigned char* data, unsigned int size, int curlId);
   void ProcessGetInfo(UnitObject* unit, int curlId);
   int ResultIf(UnitObject* unit, CURLcode result, long status, int curlId);
 

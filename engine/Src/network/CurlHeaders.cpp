@@ -11,8 +11,7 @@ size_t Curl::HeaderCB(void* data, size_t size, size_t nmemb, void* unitPtr) {
   Curl* curl = unit->m_curl;
   // Unlike the body callback this one aborts: libcurl ends the transfer with a write error.
   if (curl->m_quit || !curl->m_units[unit->m_index].first) return static_cast<size_t>(-1);
-  return static_cast<size_t>(
-      curl->OnHeaderDownload(unit, data, static_cast<int>(size * nmemb)));
+  return static_cast<size_t>(curl->OnHeaderDownload(unit, data, static_cast<int>(size * nmemb)));
 }
 
 int Curl::OnHeaderDownload(UnitObject* unit, void* data, int size) {
@@ -55,8 +54,8 @@ int Curl::OnHeaderDownload(UnitObject* unit, void* data, int size) {
   if (unit->m_redirecting && (line.find("Location:") != std::string::npos ||
                               line.find("location:") != std::string::npos)) {
     VAS_LOG_ERROR(">> redirected url == %s ", line.c_str());
-    bool absolute = line.find("http://") != std::string::npos ||
-                    line.find("https://") != std::string::npos;
+    bool absolute =
+        line.find("http://") != std::string::npos || line.find("https://") != std::string::npos;
     std::string value;
     size_t start = line.find_first_not_of(' ', 9);
     // The line end stays on the target.

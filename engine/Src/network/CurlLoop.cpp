@@ -109,8 +109,8 @@ bool Curl::Process() {
     long httpVersion = 0;
     unit->m_easy->GetInfoWithLong(CURLINFO_RESPONSE_CODE, &status);
     unit->m_easy->GetInfoWithLong(CURLINFO_HTTP_VERSION, &httpVersion);
-    VAS_LOG_DEBUG("CURLMSG_DONE unit : %p result : %d  http_status : %ld http_version : %ld",
-                  unit, result, status, httpVersion);
+    VAS_LOG_DEBUG("CURLMSG_DONE unit : %p result : %d  http_status : %ld http_version : %ld", unit,
+                  result, status, httpVersion);
     // The easy handle stays with the unit.
     m_multi->RemoveHandle(*unit->m_easy);
     ResultIf(unit, result, status, -1);

@@ -69,8 +69,8 @@ int Curl::BeginDownload2(unsigned int key, const std::string& url, const std::st
   } else if (m_quit) {
     result = -1;
   } else {
-    result = BeginDownloadImpl(url, range, conditional, unit, noMeasure, data, isCurlDebug,
-                               debugTag);
+    result =
+        BeginDownloadImpl(url, range, conditional, unit, noMeasure, data, isCurlDebug, debugTag);
   }
   VAS_LOG_DEBUG("Leave");
   return result;
