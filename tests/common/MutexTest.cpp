@@ -1,10 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
+#include <new>
 #include <thread>
 
 #include "Mutex.h"
+#include "SysInterpose.h"
 #include "WaitFor.h"
 
 using strmcommon::Mutex;
@@ -125,4 +128,61 @@ TEST(ScopedLock, HoldsTheRecursiveMutexForItsScope) {
     EXPECT_FALSE(TryLockFromOtherThread(mutex));
   }
   EXPECT_TRUE(TryLockFromOtherThread(mutex));
+}
+
+namespace {
+
+class RecursiveMutexSetup : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    sysinterpose::Reset();
+    sysinterpose::countOnThisThread = true;
+  }
+  void TearDown() override { sysinterpose::Reset(); }
+};
+
+}  // namespace
+
+TEST_F(RecursiveMutexSetup, InitialisesARecursiveMutexAndDestroysTheAttributes) {
+#if !STRMCOMMON_SETUP_INTERPOSED
+  GTEST_SKIP() << "set-up calls are not interposed under ThreadSanitizer";
+#endif
+  RecursiveMutex mutex;
+  EXPECT_EQ(sysinterpose::lastMutexType, PTHREAD_MUTEX_RECURSIVE);
+  EXPECT_EQ(sysinterpose::mutexInitCalls, 1);
+  EXPECT_EQ(sysinterpose::mutexAttrDestroyCalls, 1);
+}
+
+TEST_F(RecursiveMutexSetup, FailedAttributeInitLeavesTheMutexUninitialisedSilently) {
+#if !STRMCOMMON_SETUP_INTERPOSED
+  GTEST_SKIP() << "set-up calls are not interposed under ThreadSanitizer";
+#endif
+  sysinterpose::mutexAttrInitFailure = ENOMEM;
+  alignas(RecursiveMutex) unsigned char storage[sizeof(RecursiveMutex)];
+  // Not destroyed: the mutex inside was never initialised.
+  new (storage) RecursiveMutex();
+  EXPECT_EQ(sysinterpose::lastMutexType, -1);
+  EXPECT_EQ(sysinterpose::mutexInitCalls, 0);
+  EXPECT_EQ(sysinterpose::mutexAttrDestroyCalls, 0);
+}
+
+TEST_F(RecursiveMutexSetup, FailedSetTypeReturnsWithoutInitOrDestroyingTheAttributes) {
+#if !STRMCOMMON_SETUP_INTERPOSED
+  GTEST_SKIP() << "set-up calls are not interposed under ThreadSanitizer";
+#endif
+  sysinterpose::mutexAttrSetTypeFailure = EINVAL;
+  alignas(RecursiveMutex) unsigned char storage[sizeof(RecursiveMutex)];
+  new (storage) RecursiveMutex();
+  EXPECT_EQ(sysinterpose::lastMutexType, PTHREAD_MUTEX_RECURSIVE);
+  EXPECT_EQ(sysinterpose::mutexInitCalls, 0);
+  EXPECT_EQ(sysinterpose::mutexAttrDestroyCalls, 0);
+}
+
+TEST_F(RecursiveMutexSetup, MutexInitialisesWithDefaultAttributes) {
+#if !STRMCOMMON_SETUP_INTERPOSED
+  GTEST_SKIP() << "set-up calls are not interposed under ThreadSanitizer";
+#endif
+  Mutex mutex;
+  EXPECT_EQ(sysinterpose::mutexInitCalls, 1);
+  EXPECT_EQ(sysinterpose::lastMutexType, -1);
 }

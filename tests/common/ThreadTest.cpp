@@ -157,6 +157,70 @@ TEST_F(ThreadTest, FailedCreateLogsAtDebugLevelReturnsFalseAndKeepsIsThread) {
   thread.Join(nullptr);
 }
 
+TEST_F(ThreadTest, FailedAttributeInitReturnsFalseSilentlyWithoutCreating) {
+#if !STRMCOMMON_SETUP_INTERPOSED
+  GTEST_SKIP() << "set-up calls are not interposed under ThreadSanitizer";
+#endif
+  LogCapture capture;
+  sysinterpose::attrInitFailure = ENOMEM;
+  Thread thread;
+  Passes passes;
+  EXPECT_FALSE(thread.Create(OnePass, &passes));
+  EXPECT_FALSE(thread.IsThread());
+  EXPECT_EQ(sysinterpose::createCalls.load(), 0);
+  EXPECT_TRUE(capture.Lines().empty());
+}
+
+TEST_F(ThreadTest, FailedDetachStateReturnsFalseSilentlyAndLeavesTheAttributes) {
+#if !STRMCOMMON_SETUP_INTERPOSED
+  GTEST_SKIP() << "set-up calls are not interposed under ThreadSanitizer";
+#endif
+  LogCapture capture;
+  sysinterpose::setDetachStateFailure = EINVAL;
+  sysinterpose::countOnThisThread = true;
+  Thread thread;
+  Passes passes;
+  EXPECT_FALSE(thread.Create(OnePass, &passes));
+  EXPECT_FALSE(thread.IsThread());
+  EXPECT_EQ(sysinterpose::createCalls.load(), 0);
+  EXPECT_EQ(sysinterpose::attrDestroyCalls, 0);
+  EXPECT_TRUE(capture.Lines().empty());
+}
+
+TEST_F(ThreadTest, CreateDestroysTheAttributesOnSuccessAndOnFailure) {
+#if !STRMCOMMON_SETUP_INTERPOSED
+  GTEST_SKIP() << "set-up calls are not interposed under ThreadSanitizer";
+#endif
+  sysinterpose::countOnThisThread = true;
+  Thread thread;
+  Passes passes;
+  ASSERT_TRUE(thread.Create(OnePass, &passes));
+  EXPECT_EQ(sysinterpose::attrDestroyCalls, 1);
+  ASSERT_TRUE(thread.Join(nullptr));
+  sysinterpose::createFailure = EAGAIN;
+  ASSERT_FALSE(thread.Create(OnePass, &passes));
+  EXPECT_EQ(sysinterpose::attrDestroyCalls, 2);
+  sysinterpose::joinFailure = ESRCH;
+  thread.Join(nullptr);
+}
+
+TEST_F(ThreadTest, CreateStoresRoutineAndArgumentBeforeAnythingCanFail) {
+#if !STRMCOMMON_SETUP_INTERPOSED
+  GTEST_SKIP() << "set-up calls are not interposed under ThreadSanitizer";
+#endif
+  // A failed Create leaves the new routine in place: a later thread runs it.
+  sysinterpose::attrInitFailure = ENOMEM;
+  Thread thread;
+  Passes first;
+  Passes second;
+  ASSERT_FALSE(thread.Create(OnePass, &second));
+  sysinterpose::attrInitFailure = 0;
+  ASSERT_TRUE(thread.Create(OnePass, &first));
+  ASSERT_TRUE(thread.Join(nullptr));
+  EXPECT_EQ(first.count.load(), 1);
+  EXPECT_EQ(second.count.load(), 0);
+}
+
 TEST_F(ThreadTest, JoinAfterFailedCreatePassesTheStaleHandleLogsAndClearsIsThread) {
   Thread thread;
   Passes passes;
