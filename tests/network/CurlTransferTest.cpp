@@ -6,7 +6,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
+#include <thread>
 #include <vector>
 
 #include "EngineFixture.h"
@@ -317,6 +319,30 @@ TEST_F(CurlTransfer, BodyIsDeliveredOnTheWorkerThread) {
   EXPECT_FALSE(pthread_equal(threadClient.worker.load(), pthread_self()));
   EXPECT_EQ(curl->EndDownload(unit), 0);
   curl->Quit();
+  curl.reset();
+}
+
+TEST_F(CurlTransfer, QuitFreesAWorkerHeldByAClientThatRefusesEveryChunk) {
+  struct Refusing : testsupport::CollectingClient {
+    int OnDownloadData(UnitObject*, int, unsigned char*, unsigned int) override {
+      ++offers;
+      return 1;
+    }
+    std::atomic<int> offers{0};
+  } refusing;
+  curl->Init(&refusing, nullptr);
+  UnitObject* unit = nullptr;
+  ASSERT_EQ(Begin(unit, server.Url("/bytes/100000")), 0);
+  // The worker offers the same chunk again every millisecond.
+  ASSERT_TRUE(WaitFor([&] { return refusing.offers.load() >= 3; }));
+  std::atomic<bool> quitDone{false};
+  std::thread quitter([&] {
+    curl->Quit();
+    quitDone = true;
+  });
+  EXPECT_TRUE(WaitFor([&] { return quitDone.load(); }));
+  quitter.join();
+  EXPECT_FALSE(curl->m_thread->IsThread());
   curl.reset();
 }
 
