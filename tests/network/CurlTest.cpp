@@ -568,3 +568,62 @@ TEST_F(FakeEngineTest, BufferSizeFollowsTheBitrate) {
     curl->m_units[unit->m_index].first = false;
   }
 }
+
+TEST_F(FakeEngineTest, DummyDownloadServesTheBufferThroughTheCompletionPath) {
+  char body[] = "buffered";
+  UnitObject* unit = nullptr;
+  curl->LockMutItem();
+  EXPECT_EQ(curl->DummyDownload(0, "http://media.test/key", false, unit, false, Data(), body, 8),
+            0);
+  curl->UnlockMutItem();
+  ASSERT_NE(unit, nullptr);
+  EXPECT_EQ(client.Get(unit).data, "buffered");
+  int code = -1;
+  long date = -1;
+  EXPECT_EQ(curl->GetCompleted(code, date), unit);
+  EXPECT_EQ(code, 0);
+  EXPECT_EQ(curl->EndDownload(unit), 0);
+}
+
+TEST_F(FakeEngineTest, DummyDownloadOfNothingStillCallsTheClientWithLengthZero) {
+  char body[] = "";
+  UnitObject* unit = nullptr;
+  curl->LockMutItem();
+  EXPECT_EQ(curl->DummyDownload(0, "http://media.test/key", false, unit, false, Data(), body, 0),
+            0);
+  curl->UnlockMutItem();
+  auto received = client.Get(unit);
+  EXPECT_EQ(received.calls, 1);
+  EXPECT_EQ(received.bytes, 0u);
+  int code = -1;
+  long date = -1;
+  EXPECT_EQ(curl->GetCompleted(code, date), unit);
+  EXPECT_EQ(code, 0);
+  EXPECT_EQ(curl->EndDownload(unit), 0);
+}
+
+TEST_F(FakeEngineTest, BeginDownload2TakesTheRangeApart) {
+  UnitObject* unit = nullptr;
+  curl->LockMutItem();
+  EXPECT_EQ(curl->BeginDownload2(0, "http://media.test/x.ts", "10-19", false, unit, false, Data(),
+                                 false, ""),
+            0);
+  curl->UnlockMutItem();
+  ASSERT_NE(unit, nullptr);
+  EXPECT_STREQ(static_cast<const char*>(EasyOf(unit)->Option(CURLOPT_RANGE)), "10-19");
+}
+
+TEST_F(FakeEngineTest, BeginDownload3RequestsTheTableEntryAgain) {
+  UnitObject* unit = nullptr;
+  ASSERT_EQ(Begin(unit, "5-9http://media.test/again.ts"), 0);
+  int index = unit->m_urlIndex;
+  curl->m_units[unit->m_index].first = false;
+  UnitObject* again = nullptr;
+  curl->LockMutItem();
+  EXPECT_EQ(curl->BeginDownload3(index, again, false, Data()), 0);
+  curl->UnlockMutItem();
+  ASSERT_NE(again, nullptr);
+  EXPECT_STREQ(static_cast<const char*>(EasyOf(again)->Option(CURLOPT_URL)),
+               "http://media.test/again.ts");
+  EXPECT_STREQ(static_cast<const char*>(EasyOf(again)->Option(CURLOPT_RANGE)), "5-9");
+}
