@@ -159,12 +159,10 @@ TEST_F(CurlLoop, SelectIsTheOnePlaceInAPassWhereOtherThreadsGetTheLock) {
   state->onSelect = [&] { freeInSelect = lockIsFree(); };
   UnitObject* unit = nullptr;
   ASSERT_EQ(Begin(unit), 0);
-  struct Probe : testsupport::CollectingClient {};
   curl->Process();
   EXPECT_TRUE(freeInSelect);
-  // Outside Select the pass holds the lock: a check from the fake's Perform would see it taken.
+  // Held, the lock keeps the other thread out: the check itself can fail.
   state->onSelect = nullptr;
-  state->performScript = {{false, 0}};
   curl->LockMutItem();
   freeInPerform = lockIsFree();
   curl->UnlockMutItem();
@@ -420,7 +418,6 @@ TEST_F(CurlLoop, EndDownloadTwiceReturnsTheCodeThenZeroAndTheSecondLeavesFirstAl
   EXPECT_GT(unit->m_endTime, 0);
   EXPECT_TRUE(unit->m_endCalled);
   EXPECT_FALSE(curl->m_units[unit->m_index].first);
-  EXPECT_EQ(Hex(unit).size() > 0, true);
   EXPECT_EQ(capture.Count("starts. unit p[" + Hex(unit) + "]"), 1u);
   EXPECT_EQ(capture.Count("Leave"), 1u);
   curl->m_units[unit->m_index].first = true;
