@@ -346,6 +346,36 @@ TEST_F(CurlTransfer, QuitFreesAWorkerHeldByAClientThatRefusesEveryChunk) {
   curl.reset();
 }
 
+TEST_F(CurlTransfer, BodyCallbacksRunWithTheEngineLockHeld) {
+  struct LockProbe : testsupport::CollectingClient {
+    int OnDownloadData(UnitObject* unit, int code, unsigned char* data,
+                       unsigned int size) override {
+      bool free = false;
+      std::thread other([&] {
+        free = engine->m_mutItem.TryLock();
+        if (free) engine->m_mutItem.Unlock();
+      });
+      other.join();
+      if (free) ++unlockedCalls;
+      return CollectingClient::OnDownloadData(unit, code, data, size);
+    }
+    testsupport::CurlProbe* engine = nullptr;
+    std::atomic<int> unlockedCalls{0};
+  } probe;
+  probe.engine = curl.get();
+  curl->Init(&probe, nullptr);
+  UnitObject* unit = nullptr;
+  ASSERT_EQ(Begin(unit, server.Url("/bytes/200000")), 0);
+  int code = -1;
+  long date = 0;
+  ASSERT_EQ(WaitCompleted(code, date), unit);
+  EXPECT_EQ(probe.Get(unit).bytes, 200000u);
+  EXPECT_EQ(probe.unlockedCalls.load(), 0);
+  EXPECT_EQ(curl->EndDownload(unit), 0);
+  curl->Quit();
+  curl.reset();
+}
+
 TEST(CurlPacedLoop, TransfersRunOnThePacedLoop) {
   system_info_stub_set_mode(SYSTEM_INFO_STUB_FALSE);
   testsupport::LoopbackServer server;
