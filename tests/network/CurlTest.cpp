@@ -617,6 +617,13 @@ TEST_F(FakeEngineTest, BeginDownload2TakesTheRangeApart) {
 }
 
 TEST_F(FakeEngineTest, BeginDownload3RequestsTheTableEntryAgain) {
+  // BeginDownload3 asks the measurement sink about low latency without a null test.
+  struct NotLowLatency : strmcommon::IDownloadEvent {
+    void AddRxTimeInfo(unsigned int, unsigned int, unsigned int, int, int, int) override {}
+    void ResetRxBaseTime(long long) override {}
+    bool Islowlatency() override { return false; }
+  } event;
+  curl->Init(&client, &event);
   UnitObject* unit = nullptr;
   ASSERT_EQ(Begin(unit, "5-9http://media.test/again.ts"), 0);
   int index = unit->m_urlIndex;
