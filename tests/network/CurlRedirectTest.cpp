@@ -200,4 +200,54 @@ TEST_F(CurlRedirect, BeginDownload3AfterACookieRequestsTheAddressThatSetIt) {
   EXPECT_EQ(hits, 2);
 }
 
+TEST_F(CurlRedirect, HeadersKeptModeCollectsEveryHopAndReportsNoRedirect) {
+  server.Get("/kept", [](const httplib::Request&, httplib::Response& res) {
+    res.status = 302;
+    res.set_header("Location", "/bytes/10");
+    res.set_header("Set-Cookie", "kept=1; Path=/");
+  });
+  UnitObject* unit = nullptr;
+  curl->LockMutItem();
+  ASSERT_EQ(
+      curl->BeginDownload2(0, server.Url("/kept"), "", false, unit, false, Data(), true, "debug"),
+      0);
+  curl->UnlockMutItem();
+  int code = -1;
+  long date = 0;
+  ASSERT_EQ(WaitCompleted(code, date), unit);
+  curl->EndDownload(unit);
+  const std::string raw = unit->m_rawHeader;
+  size_t first = raw.find("HTTP/1.1 302");
+  size_t second = raw.find("HTTP/1.1 200");
+  EXPECT_EQ(first, 0u);
+  ASSERT_NE(second, std::string::npos);
+  EXPECT_NE(raw.find("Set-Cookie: kept=1; Path=/\r\n"), std::string::npos);
+  EXPECT_NE(raw.find("\r\n\r\nHTTP/1.1 200"), std::string::npos);
+  EXPECT_TRUE(unit->m_headerEnd);
+  EXPECT_EQ(unit->m_debugTag, "debug");
+  EXPECT_TRUE(Pending(unit).empty());
+  // No target was recorded: the redirect is reported with an empty text.
+  auto redirects = client.Redirects();
+  ASSERT_EQ(redirects.size(), 1u);
+  EXPECT_EQ(redirects[0].second, "");
+  EXPECT_EQ(CookieFor(server.Url("/")), "");
+  EXPECT_EQ(client.Get(unit).bytes, 10u);
+}
+
+TEST_F(CurlRedirect, DateOfTheFirstResponseOfAChainIsTheOneKept) {
+  server.Get("/dated", [](const httplib::Request&, httplib::Response& res) {
+    res.status = 301;
+    res.set_header("Date", "Tue, 15 Nov 1994 08:12:31 GMT");
+    res.set_header("Location", "/bytes/10");
+  });
+  UnitObject* unit = nullptr;
+  ASSERT_EQ(Begin(unit, server.Url("/dated")), 0);
+  int code = -1;
+  long date = 0;
+  ASSERT_EQ(WaitCompleted(code, date), unit);
+  curl->EndDownload(unit);
+  EXPECT_EQ(code, 0);
+  EXPECT_EQ(date, 784887151);
+}
+
 }  // namespace
