@@ -77,6 +77,7 @@ int Curl::OnHeaderDownload(UnitObject* unit, void* data, int size) {
   }
   if (vas_strncasecmp(text, "set-cookie:", 11) == 0) {
     // The table entry moves to the address that answered; a later BeginDownload3 requests it.
+    // libcurl always has an effective URL here, so a null one is not guarded against.
     char* effective = nullptr;
     unit->m_easy->GetInfo(CURLINFO_EFFECTIVE_URL, &effective);
     entry.url = effective;
