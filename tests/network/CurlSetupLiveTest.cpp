@@ -109,4 +109,70 @@ TEST_F(CurlSetupLive, HostsBoundAcrossThePoolServeTheirOwnRequestsOnly) {
   }
 }
 
+TEST_F(CurlSetupLive, RequestCarriesTheAgentAndAcceptsEncodings) {
+  std::mutex lock;
+  std::vector<std::pair<std::string, std::string>> seen;
+  server.Get("/who", [&](const httplib::Request& req, httplib::Response& res) {
+    std::lock_guard<std::mutex> guard(lock);
+    seen.emplace_back(req.get_header_value("User-Agent"), req.get_header_value("Accept-Encoding"));
+    res.set_content("who", "text/plain");
+  });
+  UnitObject* unit = nullptr;
+  ASSERT_EQ(Begin(unit, server.Url("/who")), 0);
+  CollectAll(1);
+  curl->SetAgent("test-agent/2");
+  ASSERT_EQ(Begin(unit, server.Url("/who")), 0);
+  CollectAll(1);
+  std::lock_guard<std::mutex> guard(lock);
+  ASSERT_EQ(seen.size(), 2u);
+  EXPECT_EQ(seen[0].first, "corvane-agent/1.1");
+  EXPECT_FALSE(seen[0].second.empty());
+  EXPECT_EQ(seen[1].first, "test-agent/2");
+}
+
+TEST_F(CurlSetupLive, ConditionalRequestAgainSendsNoIfModifiedSince) {
+  std::mutex lock;
+  std::vector<std::string> seen;
+  server.Get("/cond", [&](const httplib::Request& req, httplib::Response& res) {
+    std::lock_guard<std::mutex> guard(lock);
+    seen.push_back(req.has_header("If-Modified-Since") ? "conditional" : "plain");
+    res.set_header("Last-Modified", "Tue, 15 Nov 1994 08:12:31 GMT");
+    res.set_content("cond", "text/plain");
+  });
+  for (int i = 0; i < 2; ++i) {
+    UnitObject* unit = nullptr;
+    curl->LockMutItem();
+    ASSERT_EQ(curl->BeginDownload(0, server.Url("/cond"), true, unit, false, Data()), 0);
+    curl->UnlockMutItem();
+    EXPECT_EQ(unit->m_urlIndex, 20);
+    CollectAll(1);
+  }
+  std::lock_guard<std::mutex> guard(lock);
+  EXPECT_EQ(seen, (std::vector<std::string>{"plain", "plain"}));
+}
+
+TEST_F(CurlSetupLive, EveryClientCookieLineGoesToEveryLaterRequest) {
+  std::mutex lock;
+  std::vector<std::string> seen;
+  server.Get("/jar", [&](const httplib::Request& req, httplib::Response& res) {
+    std::lock_guard<std::mutex> guard(lock);
+    std::string all;
+    auto range = req.headers.equal_range("Cookie");
+    for (auto it = range.first; it != range.second; ++it) all += "[" + it->second + "]";
+    seen.push_back(all);
+    res.set_content("jar", "text/plain");
+  });
+  curl->LockMutItem();
+  curl->SetCookie("a=1");
+  curl->SetCookie("b=2");
+  curl->UnlockMutItem();
+  UnitObject* unit = nullptr;
+  ASSERT_EQ(Begin(unit, server.Url("/jar")), 0);
+  CollectAll(1);
+  ASSERT_EQ(Begin(unit, Named("localhost", "/jar")), 0);
+  CollectAll(1);
+  std::lock_guard<std::mutex> guard(lock);
+  EXPECT_EQ(seen, (std::vector<std::string>{"[a=1][b=2]", "[a=1][b=2]"}));
+}
+
 }  // namespace
