@@ -14,6 +14,7 @@ class GURL {
   // Empty text, invalid, all components reset.
   GURL();
   GURL(const GURL& other);
+  GURL(GURL&& other) noexcept;
   // Canonicalises |urlString|. Text and components are kept also when it is invalid.
   explicit GURL(const std::string& urlString);
   explicit GURL(const string16& urlString);
@@ -22,6 +23,7 @@ class GURL {
        bool isValid);
 
   GURL& operator=(const GURL& other);
+  GURL& operator=(GURL&& other) noexcept;
 
   bool is_valid() const { return m_isValid; }
   bool is_empty() const { return m_spec.empty(); }
