@@ -778,7 +778,7 @@ class CountingOutput : public url_canon::CanonOutputT<char> {
   void Resize(int sz) override {
     resizes.push_back(sz);
     char* n = new char[sz];
-    std::memcpy(n, m_data, std::min(m_length, sz));
+    if (m_length > 0) std::memcpy(n, m_data, std::min(m_length, sz));
     delete[] m_data;
     m_data = n;
     m_capacity = sz;

@@ -20,6 +20,10 @@ const char* const kStandardURLSchemes[] = {
 // Built on first use; see Initialize() about threads.
 std::vector<const char*>* standard_schemes = nullptr;
 
+// Copies of added schemes live to process end, also past Shutdown(); this list only keeps them
+// reachable.
+std::vector<const char*>* added_scheme_copies = nullptr;
+
 void InitStandardSchemes() {
   if (standard_schemes) return;
   standard_schemes = new std::vector<const char*>;
@@ -187,6 +191,9 @@ void AddStandardScheme(const char* newScheme) {
   // The copy lives for the rest of the process; duplicates are not looked for.
   char* dupScheme = new char[schemeLen + 1];
   std::memcpy(dupScheme, newScheme, schemeLen + 1);
+
+  if (!added_scheme_copies) added_scheme_copies = new std::vector<const char*>;
+  added_scheme_copies->push_back(dupScheme);
 
   InitStandardSchemes();
   standard_schemes->push_back(dupScheme);
