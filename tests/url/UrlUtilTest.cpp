@@ -323,6 +323,8 @@ TEST(UrlUtil, LowerCaseEqualsASCIIFoldsOnlyTheFirstRange) {
 
   string16 w = W("HTTP");
   EXPECT_TRUE(url_util::LowerCaseEqualsASCII(w.data(), w.data() + 4, "http"));
+  EXPECT_TRUE(url_util::LowerCaseEqualsASCII(w.data(), w.data() + 4, b.data(), b.data() + 4));
+  EXPECT_FALSE(url_util::LowerCaseEqualsASCII(w.data(), w.data() + 3, b.data(), b.data() + 4));
 }
 
 // Replacement -----------------------------------------------------------------------------------

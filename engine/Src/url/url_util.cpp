@@ -43,6 +43,18 @@ bool DoLowerCaseEqualsASCII(const CHAR* aBegin, const CHAR* aEnd, const char* b)
 }
 
 template <typename CHAR>
+bool DoLowerCaseEqualsRange(const CHAR* aBegin, const CHAR* aEnd, const char* bBegin,
+                            const char* bEnd) {
+  while (aBegin != aEnd && bBegin != bEnd &&
+         ToLowerASCII(static_cast<char16_t>(static_cast<typename std::make_unsigned<CHAR>::type>(
+             *aBegin))) == static_cast<unsigned char>(*bBegin)) {
+    aBegin++;
+    bBegin++;
+  }
+  return aBegin == aEnd && bBegin == bEnd;
+}
+
+template <typename CHAR>
 bool CompareSchemeComponent(const CHAR* spec, const url_parse::Component& component,
                             const char* compareTo) {
   if (component.len <= 0) return compareTo[0] == 0;
@@ -223,12 +235,11 @@ bool LowerCaseEqualsASCII(const char16* aBegin, const char16* aEnd, const char* 
 }
 bool LowerCaseEqualsASCII(const char* aBegin, const char* aEnd, const char* bBegin,
                           const char* bEnd) {
-  while (aBegin != aEnd && bBegin != bEnd &&
-         ToLowerASCII(static_cast<unsigned char>(*aBegin)) == static_cast<unsigned char>(*bBegin)) {
-    aBegin++;
-    bBegin++;
-  }
-  return aBegin == aEnd && bBegin == bEnd;
+  return DoLowerCaseEqualsRange(aBegin, aEnd, bBegin, bEnd);
+}
+bool LowerCaseEqualsASCII(const char16* aBegin, const char16* aEnd, const char* bBegin,
+                          const char* bEnd) {
+  return DoLowerCaseEqualsRange(aBegin, aEnd, bBegin, bEnd);
 }
 
 bool Canonicalize(const char* spec, int specLen, url_canon::CharsetConverter* charsetConverter,
