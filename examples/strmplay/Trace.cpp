@@ -51,6 +51,13 @@ std::string Escape(const std::string& s) {
   return r;
 }
 
+// A tick label: no decimals for whole numbers.
+std::string Number(double v) {
+  char buf[32];
+  std::snprintf(buf, sizeof buf, "%g", std::round(v * 1000.0) / 1000.0);
+  return buf;
+}
+
 }  // namespace
 
 bool Trace::WriteSvg(const std::string& path, const std::string& title, std::string& error) const {
@@ -67,6 +74,7 @@ bool Trace::WriteSvg(const std::string& path, const std::string& title, std::str
     kMax = std::max({kMax, double(s.measuredKbps), double(s.linkKbps), double(s.selectedKbps)});
     bMax = std::max(bMax, s.bufferSeconds);
   }
+  kMax *= 1.08;  // headroom above the highest line
   const double kStep = TickStep(kMax, 5);
   kMax = std::ceil(kMax / kStep) * kStep;
   const double bStep = TickStep(bMax, 3);
@@ -97,16 +105,16 @@ bool Trace::WriteSvg(const std::string& path, const std::string& title, std::str
   for (double b = 0; b <= bMax + 1e-9; b += bStep) {
     o << "<line x1=\"" << left << "\" y1=\"" << YB(b) << "\" x2=\"" << W - right << "\" y2=\""
       << YB(b) << "\" stroke=\"#e4e4e4\"/>\n";
-    o << "<text x=\"" << left - 6 << "\" y=\"" << YB(b) + 4 << "\" text-anchor=\"end\">" << b
-      << "</text>\n";
+    o << "<text x=\"" << left - 6 << "\" y=\"" << YB(b) + 4 << "\" text-anchor=\"end\">"
+      << Number(b) << "</text>\n";
   }
   for (double t = 0; t <= tMax + 1e-9; t += tStep) {
     o << "<line x1=\"" << X(t) << "\" y1=\"" << rateTop << "\" x2=\"" << X(t) << "\" y2=\""
       << rateBottom << "\" stroke=\"#f0f0f0\"/>\n";
     o << "<line x1=\"" << X(t) << "\" y1=\"" << bufTop << "\" x2=\"" << X(t) << "\" y2=\""
       << bufBottom << "\" stroke=\"#f0f0f0\"/>\n";
-    o << "<text x=\"" << X(t) << "\" y=\"" << bufBottom + 16 << "\" text-anchor=\"middle\">" << t
-      << "</text>\n";
+    o << "<text x=\"" << X(t) << "\" y=\"" << bufBottom + 16 << "\" text-anchor=\"middle\">"
+      << Number(t) << "</text>\n";
   }
   o << "<text x=\"" << left + plotW / 2 << "\" y=\"" << H - 6
     << "\" text-anchor=\"middle\">time (s)</text>\n";
