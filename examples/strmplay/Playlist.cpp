@@ -39,6 +39,15 @@ bool CheckHeader(const std::vector<std::string>& lines, std::string& error) {
 
 }  // namespace
 
+bool KeyInfo::Clear() const { return method.empty() || AttrEquals(method, "NONE"); }
+
+bool KeyInfo::Encrypted() const { return AttrEquals(method, "AES-128"); }
+
+std::string Segment::RangeText() const {
+  if (rangeLength < 0) return std::string();
+  return std::to_string(rangeOffset) + "-" + std::to_string(rangeOffset + rangeLength - 1);
+}
+
 double MediaPlaylist::TotalDuration() const {
   double total = 0.0;
   for (const auto& s : segments) total += s.duration;
@@ -131,6 +140,8 @@ bool ParseMediaPlaylist(const std::string& text, MediaPlaylist& out, std::string
   long long nextDateTime = 0;  // date-time of the next segment, carried forward by durations
   unsigned int sequence = 0;
   bool sequenceSet = false;
+  std::string lastRangeUri;  // a byte range without offset continues the previous one
+  long long lastRangeEnd = 0;
   for (std::size_t n = 1; n < lines.size(); ++n) {
     const std::string& line = lines[n];
     std::string rest;
@@ -140,7 +151,7 @@ bool ParseMediaPlaylist(const std::string& text, MediaPlaylist& out, std::string
       next.title = comma == std::string::npos ? std::string() : rest.substr(comma + 1);
       haveInf = true;
     } else if (StartsWith(line, "#EXT-X-MEDIA-SEQUENCE:", &rest)) {
-      out.mediaSequence = static_cast<unsigned int>(AttrInt(rest));
+      out.mediaSequence = AttrUInt(rest);
       if (!sequenceSet) sequence = out.mediaSequence;
     } else if (StartsWith(line, "#EXT-X-TARGETDURATION:", &rest)) {
       out.targetDuration = AttrDouble(rest);
@@ -159,6 +170,10 @@ bool ParseMediaPlaylist(const std::string& text, MediaPlaylist& out, std::string
       if (it != attrs.end()) key.uri = it->second;
       it = attrs.find("IV");
       if (it != attrs.end()) key.iv = it->second;
+    } else if (StartsWith(line, "#EXT-X-BYTERANGE:", &rest)) {
+      const auto at = rest.find('@');
+      next.rangeLength = AttrInt(rest.substr(0, at));
+      next.rangeOffset = at == std::string::npos ? -1 : AttrInt(rest.substr(at + 1));
     } else if (StartsWith(line, "#EXT-X-PROGRAM-DATE-TIME:", &rest)) {
       nextDateTime = AttrDateTime(rest);
     } else if (StartsWith(line, "#EXT-X-SERVER-CONTROL:", &rest)) {
@@ -181,6 +196,11 @@ bool ParseMediaPlaylist(const std::string& text, MediaPlaylist& out, std::string
       if (!haveInf) continue;  // a URI without EXTINF is not a segment
       sequenceSet = true;
       next.uri = line;
+      if (next.rangeLength >= 0) {
+        if (next.rangeOffset < 0) next.rangeOffset = next.uri == lastRangeUri ? lastRangeEnd : 0;
+        lastRangeUri = next.uri;
+        lastRangeEnd = next.rangeOffset + next.rangeLength;
+      }
       next.sequence = sequence++;
       next.key = key;
       next.programDateTime = nextDateTime;

@@ -27,7 +27,8 @@ struct KeyInfo {
   std::string method;
   std::string uri;
   std::string iv;  // the IV attribute's text ("0x..."), empty when the IV comes from the sequence
-  bool Encrypted() const { return method == "AES-128"; }
+  bool Clear() const;      // no key: method NONE or no key tag
+  bool Encrypted() const;  // METHOD=AES-128
 };
 
 struct Segment {
@@ -37,6 +38,11 @@ struct Segment {
   unsigned int sequence = 0;      // media sequence number
   KeyInfo key;                    // key in force for this segment
   long long programDateTime = 0;  // ms since 1970 of EXT-X-PROGRAM-DATE-TIME, 0 when none known
+  long long rangeLength = -1;     // EXT-X-BYTERANGE: bytes of the resource, -1 for all of it
+  long long rangeOffset = 0;      // first byte, when rangeLength is not -1
+
+  // "first-last" for an HTTP Range, empty for the whole resource.
+  std::string RangeText() const;
 };
 
 // EXT-X-SERVER-CONTROL, in seconds as written.

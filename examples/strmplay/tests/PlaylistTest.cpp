@@ -193,6 +193,23 @@ TEST(ParseMediaPlaylist, RefusesPlaylistWithoutSegments) {
   EXPECT_FALSE(error.empty());
 }
 
+TEST(ParseMediaPlaylist, ByteRangeWithoutOffsetFollowsThePreviousRangeOfTheSameResource) {
+  const char* text =
+      "#EXTM3U\n"
+      "#EXTINF:2,\n#EXT-X-BYTERANGE:1000@500\nall.ts\n"
+      "#EXTINF:2,\n#EXT-X-BYTERANGE:2000\nall.ts\n"
+      "#EXTINF:2,\n#EXT-X-BYTERANGE:300\nother.ts\n"
+      "#EXTINF:2,\nwhole.ts\n";
+  MediaPlaylist pl;
+  std::string error;
+  ASSERT_TRUE(ParseMediaPlaylist(text, pl, error)) << error;
+  ASSERT_EQ(pl.segments.size(), 4u);
+  EXPECT_EQ(pl.segments[0].RangeText(), "500-1499");
+  EXPECT_EQ(pl.segments[1].RangeText(), "1500-3499");
+  EXPECT_EQ(pl.segments[2].RangeText(), "0-299");
+  EXPECT_EQ(pl.segments[3].RangeText(), "");
+}
+
 struct ResolveCase {
   const char* base;
   const char* reference;
