@@ -5,21 +5,34 @@
 #include <stdlib.h>
 #include <string.h>
 
+/* Every root handed out stays allocated and reachable from here: a caller may still hold an
+ * earlier answer after the variable has changed. */
+struct root_entry {
+  struct root_entry* next;
+  char text[];
+};
+
 static pthread_mutex_t g_lock = PTHREAD_MUTEX_INITIALIZER;
-static char* g_root;
+static struct root_entry* g_roots;
 
 const char* tzplatform_getenv(enum tzplatform_variable id) {
   if (id != TZ_USER_DATA_ROOT) return NULL;
   const char* root = getenv("TZPLATFORM_STUB_ROOT");
   if (root == NULL || *root == '\0') root = getenv("HOME");
   if (root == NULL) root = "/tmp";
-  /* The result stays valid until the root changes: the previous string is kept while it matches. */
   pthread_mutex_lock(&g_lock);
-  if (g_root == NULL || strcmp(g_root, root) != 0) {
-    char* copy = strdup(root);
-    if (copy) g_root = copy; /* an older string is deliberately leaked: callers may still hold it */
+  struct root_entry* e = g_roots;
+  while (e != NULL && strcmp(e->text, root) != 0) e = e->next;
+  if (e == NULL) {
+    size_t len = strlen(root);
+    e = malloc(sizeof *e + len + 1);
+    if (e != NULL) {
+      memcpy(e->text, root, len + 1);
+      e->next = g_roots;
+      g_roots = e;
+    }
   }
-  const char* result = g_root;
+  const char* result = e ? e->text : NULL;
   pthread_mutex_unlock(&g_lock);
   return result;
 }
