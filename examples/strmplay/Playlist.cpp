@@ -3,6 +3,7 @@
 #include <sstream>
 
 #include "Attr.h"
+#include "gurl.h"
 
 namespace strmplay {
 
@@ -218,24 +219,8 @@ bool ParseMediaPlaylist(const std::string& text, MediaPlaylist& out, std::string
 }
 
 std::string ResolveUri(const std::string& base, const std::string& reference) {
-  if (reference.find("://") != std::string::npos) return reference;
-  const auto schemeEnd = base.find("://");
-  const auto authorityEnd =
-      schemeEnd == std::string::npos ? std::string::npos : base.find('/', schemeEnd + 3);
-  if (!reference.empty() && reference[0] == '/') {
-    if (reference.size() > 1 && reference[1] == '/') {
-      return schemeEnd == std::string::npos ? reference : base.substr(0, schemeEnd + 1) + reference;
-    }
-    return (authorityEnd == std::string::npos ? base : base.substr(0, authorityEnd)) + reference;
-  }
-  std::string dir = base.substr(0, base.find_first_of("?#"));
-  const auto slash = dir.rfind('/');
-  if (slash == std::string::npos ||
-      (authorityEnd == std::string::npos && schemeEnd != std::string::npos))
-    dir += '/';
-  else
-    dir = dir.substr(0, slash + 1);
-  return dir + reference;
+  const GURL resolved = GURL(base).Resolve(reference);
+  return resolved.is_valid() ? resolved.spec() : reference;
 }
 
 }  // namespace strmplay

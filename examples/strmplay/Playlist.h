@@ -80,7 +80,8 @@ bool IsMasterPlaylist(const std::string& text);
 bool ParseMasterPlaylist(const std::string& text, MasterPlaylist& out, std::string& error);
 bool ParseMediaPlaylist(const std::string& text, MediaPlaylist& out, std::string& error);
 
-// Resolves a playlist reference against the URL of the playlist that holds it.
+// Resolves a playlist reference against the URL of the playlist that holds it, with the library's
+// URL resolver; a reference that doesn't resolve comes back as it is.
 std::string ResolveUri(const std::string& base, const std::string& reference);
 
 }  // namespace strmplay

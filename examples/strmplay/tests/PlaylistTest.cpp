@@ -224,10 +224,15 @@ TEST(ResolveUri, ResolvesRelativeRootRelativeAndAbsoluteReferences) {
       {"http://h:1/a/master.m3u8", "https://o/x.ts", "https://o/x.ts"},
       {"https://h/a/master.m3u8", "//cdn/x.ts", "https://cdn/x.ts"},
       {"http://h", "x.m3u8", "http://h/x.m3u8"},
+      {"http://h/a/b/index.m3u8", "../c/seg.ts", "http://h/a/c/seg.ts"},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(ResolveUri(c.base, c.reference), c.expected) << c.base << " + " << c.reference;
   }
+}
+
+TEST(ResolveUri, AnUnusableBaseLeavesTheReferenceAsItIs) {
+  EXPECT_EQ(ResolveUri("not a url", "seg.ts"), "seg.ts");
 }
 
 }  // namespace
