@@ -1,0 +1,160 @@
+// Body delivery: libcurl's write and progress callbacks, measurement, back-pressure and the pause
+// buffer.
+#include "Clock.h"
+#include "Curl.h"
+#include "DLog.h"
+#include "Portability.h"
+
+namespace strmcommon {
+
+size_t Curl::EasyDownloadCB(void* data, size_t size, size_t nmemb, void* unitPtr) {
+  UnitObject* unit = static_cast<UnitObject*>(unitPtr);
+  Curl* curl = unit->m_curl;
+  size_t count = size * nmemb;
+  // Quitting or freed: the bytes count as consumed and vanish; ProgressCB ends the transfer.
+  if (curl->m_quit || !curl->m_units[unit->m_index].first) return count;
+  // The write callback never aborts a transfer, so the result is not looked at.
+  curl->OnBodyDownload(unit, data, static_cast<int>(count), -1, -1);
+  return count;
+}
+
+int Curl::ProgressCB(void* unitPtr, double, double, double, double) {
+  UnitObject* unit = static_cast<UnitObject*>(unitPtr);
+  Curl* curl = unit->m_curl;
+  if (curl->m_quit || !curl->m_units[unit->m_index].first) return -1;
+  // The one way a cancel reaches a running transfer.
+  return -static_cast<int>(unit->m_cancel);
+}
+
+int Curl::OnBodyDownload(UnitObject* unit, void* data, int size, int easyCurlId, int curlId) {
+  VAS_LOG_DEBUG("starts.");
+  if (unit == nullptr) {
+    VAS_LOG_ERROR(">> strmcommon::Unit == NULL ERROR");
+    return -1;
+  }
+  ProcessGetInfo(unit, easyCurlId);
+  if ((easyCurlId & curlId) != -1) {
+    VAS_LOG_DEBUG("[Warning] Error easycurlid");
+    return -1;
+  }
+  unsigned char* bytes = static_cast<unsigned char*>(data);
+
+  if (unit->m_pause && unit->m_easy != nullptr) {
+    if (!unit->m_easy->Pause()) {
+      VAS_LOG_ERROR("ERROR!! curl_easy_pause failed, %d", unit->m_easy->GetLastError());
+    }
+    unit->m_pos += size;
+    if (curlId != -1) {
+      CallTransfer(unit, unit->code, bytes, static_cast<unsigned int>(size), curlId);
+      return size;
+    }
+    if (!unit->m_pauseBuffer.empty()) {
+      // The older chunk is lost.
+      VAS_LOG_ERROR("Error! pause buffer overwrite (%zu)", unit->m_pauseBuffer.size());
+    }
+    unit->m_pauseBuffer.resize(static_cast<size_t>(size));
+    vas_memcpy_s(unit->m_pauseBuffer.data(), static_cast<unsigned int>(size), bytes,
+                 static_cast<unsigned int>(size));
+    VAS_LOG_DEBUG("Pause Buffer Saved size(%d)", size);
+    VAS_LOG_DEBUG("Pause, %d", unit->m_easy->GetLastError());
+    return size;
+  }
+
+  long long now = static_cast<long long>(vas_getTime());
+  if (unit->m_firstByteTime == 0) {
+    unit->m_firstByteTime = static_cast<unsigned int>(now - unit->m_beginTime);
+  }
+  long long previousTime = unit->m_lastDataTime;
+  unit->m_lastDataTime = now;
+  unit->m_pos += size;
+
+  if (!unit->m_noMeasure && m_event != nullptr) {
+    if (now - unit->m_rxBaseTime <= 100) {
+      m_event->ResetRxBaseTime(now);
+    } else {
+      m_event->AddRxTimeInfo(static_cast<unsigned int>(previousTime),
+                             static_cast<unsigned int>(now), static_cast<unsigned int>(size),
+                             unit->m_data.streamIdx, unit->m_data.segmentIdx, unit->m_data.tag);
+    }
+  }
+  if (unit->m_cancel) return -1;
+
+  if (curlId == -1 && !unit->m_pauseBuffer.empty()) {
+    VAS_LOG_DEBUG("Pause Buffer Load %zu", unit->m_pauseBuffer.size());
+    CallTransfer(unit, unit->code, unit->m_pauseBuffer.data(),
+                 static_cast<unsigned int>(unit->m_pauseBuffer.size()), -1);
+    unit->m_pauseBuffer.clear();
+    if (unit->m_cancel) return -1;
+  }
+
+  if (unit->m_skipBytes != 0) {
+    if (unit->m_skipBytes > unit->m_pos) return size;
+    long long n = static_cast<long long>(unit->m_pos - unit->m_skipBytes);
+    if (n > size) n = size;
+    if (n < 1) return size;
+    CallTransfer(unit, unit->code, bytes + (size - n), static_cast<unsigned int>(n), curlId);
+    return size;
+  }
+
+  CallTransfer(unit, unit->code, bytes, static_cast<unsigned int>(size), curlId);
+  return size;
+}
+
+int Curl::CallTransfer(UnitObject* unit, int code, unsigned char* data, unsigned int size,
+                       int curlId) {
+  if (m_callback == nullptr || m_quit) return 0;
+  for (;;) {
+    if (unit->m_cancel) return 0;
+    // A unit that already has a result takes no more data.
+    if (unit->code != 0) return 0;
+    if (curlId == -1) {
+      if (unit->m_pause) break;
+      int taken = m_callback->OnDownloadData(unit, code, data, size);
+      if (taken == 0) return 0;
+      if (taken == 3) {
+        if (m_quit) return 0;
+        continue;
+      }
+    }
+    // Back-pressure: released so that Pause, Cancel and Quit can get in from the client's side.
+    m_mutItem.Unlock();
+    vas_sleep_ms(1);
+    m_mutItem.Lock();
+    if (m_quit) return 0;
+  }
+
+  if (!unit->m_pauseBuffer.empty()) VAS_LOG_ERROR("Error!! curl pause buffer overwrite");
+  unit->m_pauseBuffer.resize(size);
+  vas_memcpy_s(unit->m_pauseBuffer.data(), size, data, size);
+  return 0;
+}
+
+void Curl::ProcessGetInfo(UnitObject* unit, int curlId) {
+  if (unit == nullptr) {
+    VAS_LOG_ERROR(">> strmcommon::Unit == NULL ERROR");
+    return;
+  }
+  if (curlId != -1) return;
+  if (unit->m_size == 0) {
+    double length = 0;
+    // The double form is the one this engine reads; libcurl still answers it.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+    bool known = unit->m_easy->GetInfoWithDouble(CURLINFO_CONTENT_LENGTH_DOWNLOAD, &length);
+#pragma GCC diagnostic pop
+    if (known && length > 0) {
+      unit->m_size = static_cast<size_t>(length);
+      VAS_LOG_DEBUG("Unit %p, Content Length = %ld", unit, static_cast<long>(unit->m_size));
+    }
+  }
+  urlInfo_t& entry = m_urlInfo[unit->m_urlIndex];
+  if (entry.conditional && entry.fileTime == 0) {
+    long fileTime = 0;
+    if (unit->m_easy->GetInfoWithLong(CURLINFO_FILETIME, &fileTime) && fileTime > 0) {
+      entry.fileTime = fileTime;
+      VAS_LOG_DEBUG("Unit %p, File Time = %ld", unit, fileTime);
+    }
+  }
+}
+
+}  // namespace strmcommon

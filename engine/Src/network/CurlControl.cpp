@@ -1,0 +1,211 @@
+// Unit control: pause, resume, cancel, and the two resets.
+#include <glib.h>
+
+#include <cstdlib>
+
+#include "Clock.h"
+#include "Curl.h"
+#include "DLog.h"
+
+namespace strmcommon {
+
+namespace {
+void* AsOptionValue(long value) { return reinterpret_cast<void*>(value); }
+}  // namespace
+
+bool Curl::Pause(UnitObject* unit) {
+  if (unit == nullptr) {
+    VAS_LOG_ERROR(">> strmcommon::Unit == NULL ERROR");
+    return false;
+  }
+  if (unit->m_pauseBlocked) return false;
+  m_mutItem.Lock();
+  bool result = true;
+  if (!unit->m_pause) {
+    unit->m_pause = true;
+    VAS_LOG_DEBUG("curl pause: %d, %d", unit->m_index, unit->m_data.type);
+    if (!unit->m_easy->Pause()) {
+      unit->m_pause = false;
+      result = false;
+    } else {
+      long long now = static_cast<long long>(vas_getTime());
+      unit->m_lastDataTime = now;
+      m_lastPauseTime = now;
+      // Keeps libcurl's time limits from ending a paused transfer.
+      unit->m_easy->SetOpt(CURLOPT_LOW_SPEED_LIMIT, AsOptionValue(0));
+      unit->m_easy->SetOpt(CURLOPT_LOW_SPEED_TIME, AsOptionValue(0));
+      if (unit->m_pauseStartTime == 0) unit->m_pauseStartTime = now;
+      unit->m_easy->SetOpt(CURLOPT_TIMEOUT, AsOptionValue(99999));
+      unit->m_easy->SetOpt(CURLOPT_CONNECTTIMEOUT, AsOptionValue(99999));
+    }
+  }
+  VAS_LOG_DEBUG("<< Curl::Pause");
+  m_mutItem.Unlock();
+  return result;
+}
+
+bool Curl::Resume_unlock(UnitObject* unit) {
+  VAS_LOG_DEBUG(">>");
+  if (unit == nullptr) {
+    VAS_LOG_ERROR(">> strmcommon::Unit == NULL ERROR");
+    return false;
+  }
+  if (!unit->m_pause) {
+    VAS_LOG_DEBUG("<<");
+    return true;
+  }
+  VAS_LOG_DEBUG("curl Resume_unlock: %d, %d", unit->m_index, unit->m_data.type);
+  if (!unit->m_easy->Resume()) {
+    VAS_LOG_DEBUG("<<");
+    return false;
+  }
+  long long now = static_cast<long long>(vas_getTime());
+  unit->m_lastDataTime = now;
+  unit->m_rxBaseTime = now;
+  m_lastPauseTime = now;
+  m_lastResumeTime = now;
+  VAS_LOG_DEBUG("Resume_unlock, %p, %lld", unit, now / 1000);
+  if (unit->m_pauseStartTime < now) {
+    unit->m_pausedTotal += now - unit->m_pauseStartTime;
+    VAS_LOG_DEBUG("process paused for %lld seconds", unit->m_pausedTotal / 1000);
+    unit->m_pauseStartTime = 0;
+  }
+  // The time budget grows by exactly the time spent paused.
+  long pausedSeconds = static_cast<long>(unit->m_pausedTotal / 1000);
+  unit->m_easy->SetOpt(CURLOPT_LOW_SPEED_LIMIT, AsOptionValue(2048));
+  unit->m_easy->SetOpt(CURLOPT_LOW_SPEED_TIME, AsOptionValue(m_lowSpeedTime));
+  unit->m_easy->SetOpt(CURLOPT_TIMEOUT, AsOptionValue(pausedSeconds + 120));
+  unit->m_easy->SetOpt(CURLOPT_CONNECTTIMEOUT, AsOptionValue(pausedSeconds + m_connectTimeout));
+  unit->m_pause = false;
+  VAS_LOG_DEBUG("<<");
+  return true;
+}
+
+bool Curl::Resume(UnitObject* unit) {
+  if (unit == nullptr) {
+    VAS_LOG_ERROR(">> strmcommon::Unit == NULL ERROR");
+    return false;
+  }
+  ScopedLock lock(m_mutItem);
+  return Resume_unlock(unit);
+}
+
+bool Curl::Cancel_unlock(UnitObject* unit) {
+  VAS_LOG_DEBUG(">> unit %p", unit);
+  if (unit == nullptr) {
+    VAS_LOG_ERROR(">> strmcommon::Unit == NULL ERROR");
+    return false;
+  }
+  Resume_unlock(unit);
+  bool result = false;
+  if (!unit->m_cancel) {
+    unit->m_cancel = true;
+    if (unit->m_done) unit->code = -12;
+    result = true;
+  }
+  VAS_LOG_DEBUG("<<");
+  return result;
+}
+
+bool Curl::Cancel(UnitObject* unit) {
+  if (unit == nullptr) {
+    VAS_LOG_ERROR(">> strmcommon::Unit == NULL ERROR");
+    return false;
+  }
+  ScopedLock lock(m_mutItem);
+  return Cancel_unlock(unit);
+}
+
+bool Curl::Reset(UnitObject* unit, unsigned int type) {
+  VAS_LOG_DEBUG(">> Reset the specific unit [%p] index:%d", unit, unit->m_index);
+  m_mutItem.Lock();
+  bool result = false;
+  for (auto& slot : m_units) {
+    VAS_LOG_DEBUG(">> Iterate unit [%p], it->first: %d, unit TypeID: %d, cancel unit TypeId: %d",
+                  &slot.second, slot.first, slot.second.m_data.type, type);
+    if (&slot.second == unit && static_cast<unsigned int>(slot.second.m_data.type) == type) {
+      if (slot.first) {
+        Cancel_unlock(unit);
+        result = true;
+      }
+      break;
+    }
+    VAS_LOG_DEBUG(">> one parameter not macthed");
+  }
+  m_mutItem.Unlock();
+  VAS_LOG_DEBUG("<< Reset Complete for specific unit");
+  return result;
+}
+
+void Curl::Reset() {
+  VAS_LOG_DEBUG("Enter");
+  m_requestKey++;
+  if (m_resetting) {
+    VAS_LOG_DEBUG("Leave");
+    return;
+  }
+  VAS_LOG_DEBUG(">> Reset");
+
+  m_mutItem.Lock();
+  m_resetting = true;
+  bool cancelled = false;
+  for (auto& slot : m_units) {
+    if (slot.first && slot.second.m_data.state == 0) {
+      Cancel_unlock(&slot.second);
+      cancelled = true;
+    }
+  }
+  m_mutItem.Unlock();
+
+  if (cancelled) {
+    for (const auto& slot : m_units) {
+      if (slot.first) {
+        vas_sleep_ms(20);
+        break;
+      }
+    }
+  }
+
+  m_mutItem.Lock();
+  for (;;) {
+    m_requestLock.Lock();
+    bool empty = m_requests.empty();
+    m_requestLock.Unlock();
+    if (empty) break;
+    m_requestLock.Lock();
+    UnitObject* unit = m_requests.front();
+    m_requests.pop_front();
+    m_requestLock.Unlock();
+    // A unit with another state is dropped from the queue and keeps its slot.
+    if (unit != nullptr && unit->m_data.state == 0) EndDownload(unit);
+  }
+  // Intended: a front unit with a non-zero state is never stepped past, so this waits for a
+  // SetData from another thread.
+  while (!m_completed.empty()) {
+    UnitObject* unit = m_completed.front();
+    if (unit->m_data.state != 0) continue;
+    EndDownload(unit);
+    m_completed.pop_front();
+  }
+
+  m_mutItem.Unlock();
+  m_mutItem.Lock();
+  VAS_LOG_DEBUG("Curl::Reset Cleaning chunk segments");
+  for (auto& slot : m_units) {
+    UnitObject& unit = slot.second;
+    if (unit.m_data.state != 0 || unit.m_chunk == nullptr) continue;
+    void** record = static_cast<void**>(unit.m_chunk);
+    if (record[0] != nullptr) {
+      g_free(record[0]);
+      record[0] = nullptr;
+    }
+    free(unit.m_chunk);
+    unit.m_chunk = nullptr;
+  }
+  m_resetting = false;
+  m_mutItem.Unlock();
+  VAS_LOG_DEBUG("<< Reset");
+  VAS_LOG_DEBUG("Leave");
+}
+
+}  // namespace strmcommon

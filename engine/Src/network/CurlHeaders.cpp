@@ -1,0 +1,94 @@
+// Response headers: the server's Date, redirect targets, and the client's extra request headers.
+#include <cstring>
+
+#include "Curl.h"
+#include "DLog.h"
+
+namespace strmcommon {
+
+size_t Curl::HeaderCB(void* data, size_t size, size_t nmemb, void* unitPtr) {
+  UnitObject* unit = static_cast<UnitObject*>(unitPtr);
+  Curl* curl = unit->m_curl;
+  // Unlike the body callback this one aborts: libcurl ends the transfer with a write error.
+  if (curl->m_quit || !curl->m_units[unit->m_index].first) return static_cast<size_t>(-1);
+  return static_cast<size_t>(curl->OnHeaderDownload(unit, data, static_cast<int>(size * nmemb)));
+}
+
+int Curl::OnHeaderDownload(UnitObject* unit, void* data, int size) {
+  if (unit == nullptr) {
+    VAS_LOG_ERROR(">> strmcommon::Unit == NULL ERROR");
+    return -1;
+  }
+  // libcurl's header buffer is NUL-terminated, so the line is also read as a C string.
+  const char* text = static_cast<const char*>(data);
+
+  if (unit->m_isCurlDebug) {
+    VAS_LOG_DEBUG("before header_end [%s]", unit->m_headerEnd ? "true" : "false");
+    unit->m_rawHeader.append(text, static_cast<size_t>(size));
+    if (std::strcmp(text, "\r\n") == 0) {
+      VAS_LOG_DEBUG("header end");
+      unit->m_headerEnd = true;
+    }
+    VAS_LOG_DEBUG("after header_end [%s]", unit->m_headerEnd ? "true" : "false");
+    return size;
+  }
+
+  urlInfo_t& entry = m_urlInfo[unit->m_urlIndex];
+  if (entry.date == 0 && size > 15 && std::strncmp(text, "Date", 4) == 0) {
+    const void* colon = std::memchr(text + 1, ':', static_cast<size_t>(size - 1));
+    if (colon != nullptr) {
+      const char* value = static_cast<const char*>(colon) + 1;
+      if (value < text + size && *value != '\0') {
+        time_t date = curl_getdate(value, nullptr);
+        if (date > 0) entry.date = static_cast<long>(date);
+      }
+    }
+  }
+
+  std::string line(text);
+  // Any line counts, a Content-Length whose digits hold 301 as well as a status line.
+  if (line.find("301") != std::string::npos || line.find("302") != std::string::npos ||
+      line.find("307") != std::string::npos || line.find("308") != std::string::npos) {
+    unit->m_redirecting = true;
+  }
+  if (unit->m_redirecting && (line.find("Location:") != std::string::npos ||
+                              line.find("location:") != std::string::npos)) {
+    VAS_LOG_ERROR(">> redirected url == %s ", line.c_str());
+    bool absolute =
+        line.find("http://") != std::string::npos || line.find("https://") != std::string::npos;
+    std::string value;
+    size_t start = line.find_first_not_of(' ', 9);
+    // The line end stays on the target.
+    if (start != std::string::npos) value = line.substr(start);
+    std::string target;
+    if (absolute) {
+      target = value;
+    } else {
+      // Every hop is resolved against the request's host; a document-relative path is glued on.
+      size_t scheme = unit->m_url.find("://");
+      size_t slash =
+          scheme == std::string::npos ? std::string::npos : unit->m_url.find('/', scheme + 3);
+      target = (slash == std::string::npos ? unit->m_url : unit->m_url.substr(0, slash)) + value;
+    }
+    m_redirects.emplace_back(unit, target);
+    unit->m_redirecting = false;
+  }
+  // Set-Cookie lines go to the cookie store (addCookieToPool under the effective URL's host and
+  // path) once it joins the engine.
+  return size;
+}
+
+void Curl::SetCookie(const std::string& value) {
+  m_cookieHeader = "Cookie:" + value;
+  // Every call adds a line; only Quit frees the list.
+  m_headers = curl_slist_append(m_headers, m_cookieHeader.c_str());
+  if (m_headers == nullptr) VAS_LOG_ERROR("failed to set cookie header in curl");
+}
+
+void Curl::SetCookieToPool(std::string& cookie, std::string& host, std::string& path) {
+  // Hands the three copies to the cookie store's addCookieToPool once it joins the engine.
+}
+
+void Curl::clearUsrDefCookie() { m_cookieHeader.clear(); }
+
+}  // namespace strmcommon

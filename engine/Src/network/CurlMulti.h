@@ -1,0 +1,34 @@
+// A libcurl multi handle: each operation is one libcurl call whose code is remembered.
+#pragma once
+
+#include <curl/curl.h>
+
+#include "ICurlMulti.h"
+
+namespace strmcommon {
+
+class CurlMulti : public ICurlMulti {
+ public:
+  // Throws std::exception when curl_multi_init gives no handle.
+  CurlMulti();
+  ~CurlMulti() override;
+  CurlMulti(const CurlMulti&) = delete;
+  CurlMulti& operator=(const CurlMulti&) = delete;
+
+  bool AddHandle(ICurlEasy& easy) override;
+  bool RemoveHandle(ICurlEasy& easy) override;
+  bool Perform(int& running) override;
+  bool FDSet(fd_set* readFds, fd_set* writeFds, fd_set* exceptFds, int* maxFd) override;
+  int Select(int nfds, fd_set* readFds, fd_set* writeFds, fd_set* exceptFds,
+             timeval* timeout) override;
+  bool InfoRead(int& msgsLeft, CurlMsg& msg) override;
+  CURLMcode GetLastError() const override;
+  bool SetMOpt(CURLMoption option, void const* value) override;
+  void* GetHandle() override;
+
+ private:
+  CURLM* m_handle;
+  CURLMcode m_lastError;
+};
+
+}  // namespace strmcommon

@@ -1,0 +1,360 @@
+// The download engine's way in: begin operations, unit choice and the options of a transfer.
+#include <cstring>
+
+#include "Clock.h"
+#include "Curl.h"
+#include "DLog.h"
+#include "Portability.h"
+
+namespace strmcommon {
+
+namespace {
+
+// Plain HTTP to the local accelerator; the target URL follows raw, unescaped.
+const char kAcceleratorPrefix[] = "http://127.0.0.1:54321/proxy?url=";
+constexpr size_t kAcceleratorPrefixLength = sizeof(kAcceleratorPrefix) - 1;
+static_assert(kAcceleratorPrefixLength == 33, "the accelerator prefix is 33 bytes");
+
+const char kDefaultAgent[] = "corvane-agent/1.1";
+
+// CURLOPT_BUFFERSIZE: a tenth of a second of a fast stream, 32768 otherwise and when unknown.
+long BufferSizeFor(int bitrate) {
+  if (bitrate == 99999999 || bitrate < 2621440) return 32768;
+  return bitrate / 80;
+}
+
+void* AsOptionValue(long value) { return reinterpret_cast<void*>(value); }
+
+}  // namespace
+
+int Curl::BeginDownload(unsigned int key, const std::string& url, bool conditional,
+                        UnitObject*& unit, bool noMeasure, UserData data) {
+  VAS_LOG_DEBUG("Enter");
+  int result;
+  if (key < static_cast<unsigned int>(m_requestKey)) {
+    // A request from before a Reset: a silent success that leaves unit as it was.
+    result = 0;
+  } else if (url.empty()) {
+    result = -13;
+  } else if (m_quit) {
+    result = -1;
+  } else {
+    // A range is written straight in front of the scheme: "0-1023http://...".
+    size_t p = url.find("http");
+    if (p == std::string::npos) {
+      result = -1;
+    } else if (p == 0) {
+      result = BeginDownloadImpl(url, std::string(), conditional, unit, noMeasure, data, false,
+                                 std::string());
+    } else {
+      result = BeginDownloadImpl(url.substr(p), url.substr(0, p), conditional, unit, noMeasure,
+                                 data, false, std::string());
+    }
+  }
+  VAS_LOG_DEBUG("Leave");
+  return result;
+}
+
+int Curl::BeginDownload2(unsigned int key, const std::string& url, const std::string& range,
+                         bool conditional, UnitObject*& unit, bool noMeasure, UserData data,
+                         bool isCurlDebug, const std::string& debugTag) {
+  VAS_LOG_DEBUG(" starts. unit p[%p] isCurlDebug [%s]", unit, isCurlDebug ? "true" : "false");
+  if (key < static_cast<unsigned int>(m_requestKey)) {
+    VAS_LOG_DEBUG("<< Curl::BeginDownload");
+    return 0;
+  }
+  int result;
+  if (url.empty()) {
+    result = -13;
+  } else if (m_quit) {
+    result = -1;
+  } else {
+    result =
+        BeginDownloadImpl(url, range, conditional, unit, noMeasure, data, isCurlDebug, debugTag);
+  }
+  VAS_LOG_DEBUG("Leave");
+  return result;
+}
+
+int Curl::BeginDownload3(int urlIndex, UnitObject*& unit, bool noMeasure, UserData data) {
+  urlInfo_t& entry = m_urlInfo[urlIndex];
+  VAS_LOG_DEBUG(">> ( %s ) ", entry.url.c_str());
+  if (entry.url.empty()) return -13;
+  if (m_quit) return -1;
+  int result = BeginDownloadImpl(entry.url, entry.range, entry.conditional, unit, noMeasure, data,
+                                 false, std::string());
+  VAS_LOG_DEBUG("<< ");
+  return result;
+}
+
+int Curl::BeginDownloadImpl(const std::string& url, const std::string& range, bool conditional,
+                            UnitObject*& unit, bool noMeasure, UserData data, bool isCurlDebug,
+                            const std::string& debugTag) {
+  if (!range.empty()) {
+    VAS_LOG_ERROR(
+        "TYPE : %d, streamIdx : %d, SegmentIdx : %d, state = %d,  Curl::BeginDownloadImpl() with "
+        "URL = %s, range=%s\n ",
+        data.type, data.streamIdx, data.segmentIdx, data.state + 1, url.c_str(), range.c_str());
+  } else {
+    VAS_LOG_ERROR(
+        "TYPE : %d, streamIdx : %d, SegmentIdx : %d,  Curl::BeginDownloadImpl() with URL = %s\n ",
+        data.type, data.streamIdx, data.segmentIdx, url.c_str());
+  }
+
+  // The first free unit. The m_done test keeps a unit that still waits on m_completed out.
+  int index = -1;
+  for (int i = 0; i < kUnitCount; ++i) {
+    if (!m_units[i].first && !m_units[i].second.m_done) {
+      index = i;
+      break;
+    }
+  }
+  if (index < 0) {
+    VAS_LOG_ERROR("ERROR!! max concurrent download over");
+    return -1;
+  }
+
+  m_units[index].first = true;
+  UnitObject* chosen = &m_units[index].second;
+  // Every transfer gets a fresh easy handle; only the multi handle keeps connections.
+  m_factory->ReleaseCurlEasy(chosen->m_easy);
+  chosen->m_easy = m_factory->CreateCurlEasy();
+  VAS_LOG_DEBUG("unit = %p: !!!!!!", chosen);
+
+  chosen->m_index = index;
+  chosen->m_urlIndex = index;
+  chosen->m_redirecting = false;
+
+  if (conditional) {
+    // Conditional requests keep their entry in 20..39 by URL, else replace the oldest.
+    int found = -1;
+    for (int i = kUnitCount; i < kUrlInfoCount; ++i) {
+      if (m_urlInfo[i].url == url) {
+        found = i;
+        break;
+      }
+    }
+    if (found < 0) {
+      found = kUnitCount;
+      long long oldest = static_cast<long long>(vas_getTime());
+      for (int i = kUnitCount; i < kUrlInfoCount; ++i) {
+        if (m_urlInfo[i].lastUse < oldest) {
+          oldest = m_urlInfo[i].lastUse;
+          found = i;
+        }
+      }
+    }
+    chosen->m_urlIndex = found;
+  }
+
+  urlInfo_t& entry = m_urlInfo[chosen->m_urlIndex];
+  entry.url = url;
+  entry.range = range;
+  entry.fileTime = 0;
+  entry.date = 0;
+  entry.conditional = conditional;
+  entry.lastUse = static_cast<long long>(vas_getTime());
+
+  chosen->m_url = url;
+  chosen->m_pos = 0;
+  chosen->m_size = 0;
+  chosen->m_skipBytes = 0;
+  // A retry that lands on the same slot goes on counting.
+  if (chosen->code != 10 && !isCurlDebug) chosen->m_retry = 0;
+  chosen->code = 0;
+
+  chosen->m_beginTime = static_cast<long long>(vas_getTime());
+  chosen->m_endCalled = false;
+  chosen->m_done = false;
+  chosen->m_firstByteTime = 0;
+  chosen->m_cancel = false;
+  chosen->m_pause = false;
+  chosen->m_data = data;
+  chosen->m_noMeasure = noMeasure;
+  chosen->m_pauseBuffer.clear();
+  chosen->m_pauseBlocked = false;
+  std::memset(chosen->m_reservedA, 0, sizeof(chosen->m_reservedA));
+  std::memset(chosen->m_reservedB, 0, sizeof(chosen->m_reservedB));
+  chosen->m_reservedC = 0;
+  chosen->m_httpStatus = 0;
+
+  chosen->m_isCurlDebug = false;
+  chosen->m_headerEnd = false;
+  chosen->m_rawHeader.clear();
+  chosen->m_debugRange.clear();
+  if (isCurlDebug) {
+    chosen->m_isCurlDebug = true;
+    if (!debugTag.empty()) chosen->m_debugTag = debugTag;
+    chosen->m_debugRange = range;
+  }
+  std::memset(chosen->m_errorBuf, 0, sizeof(chosen->m_errorBuf));
+
+  if (m_callback != nullptr) m_callback->OnDownloadStart(chosen);
+
+  if (!ReqBody(chosen)) {
+    m_units[index].first = false;
+    return -1;
+  }
+  unit = chosen;
+  return chosen->code;
+}
+
+bool Curl::ReqBody(UnitObject* unit) {
+  VAS_LOG_DEBUG("starts.");
+  if (unit == nullptr) {
+    VAS_LOG_ERROR(">> strmcommon::Unit == NULL ERROR");
+    return false;
+  }
+  return SetBodyEasyDownloadOPT(unit);
+}
+
+bool Curl::SetBodyEasyDownloadOPT(UnitObject* unit) {
+  unit->m_pos = 0;
+  long long now = static_cast<long long>(vas_getTime());
+  unit->m_beginTime = now;
+  unit->m_lastDataTime = now;
+  unit->m_rxBaseTime = 0;
+  unit->m_pauseStartTime = 0;
+  unit->m_pausedTotal = 0;
+  VAS_LOG_DEBUG("ReqBody updatetime %p, %lld", unit, now / 1000);
+
+  ICurlEasy* easy = unit->m_easy;
+  easy->Reset();
+
+  const urlInfo_t& entry = m_urlInfo[unit->m_urlIndex];
+  if (!m_proxy.empty()) {
+    VAS_LOG_DEBUG("\n SET PROXY ");
+    easy->SetOpt(CURLOPT_PROXY, m_proxy.c_str());
+  }
+  std::string requestUrl;
+  if (m_useAccelerator) {
+    VAS_LOG_ERROR("using http accelerator, inserting prefixed string pattern");
+    requestUrl = kAcceleratorPrefix + entry.url;
+  } else {
+    VAS_LOG_DEBUG("working without accelerator");
+    requestUrl = entry.url;
+  }
+  // libcurl copies string options, so the local URL may go after this.
+  easy->SetOpt(CURLOPT_URL, requestUrl.c_str());
+  if (!entry.range.empty()) easy->SetOpt(CURLOPT_RANGE, entry.range.c_str());
+  // The cookie store's header for this URL (CURLOPT_COOKIE from getCookieFromPool) joins here
+  // with the cookie store; until then no cookie is set.
+  VAS_LOG_DEBUG(" Cookie[%s]", "");
+  if (m_headers != nullptr) easy->SetOpt(CURLOPT_HTTPHEADER, m_headers);
+  if (unit->m_isCurlDebug) {
+    VAS_LOG_ERROR("turn off fail immediately when get error");
+    easy->SetOpt(CURLOPT_FAILONERROR, AsOptionValue(0));
+  } else {
+    easy->SetOpt(CURLOPT_FAILONERROR, AsOptionValue(1));
+  }
+  easy->SetOpt(CURLOPT_WRITEFUNCTION, reinterpret_cast<void*>(&Curl::EasyDownloadCB));
+  easy->SetOpt(CURLOPT_WRITEDATA, unit);
+  easy->SetOpt(CURLOPT_HEADERFUNCTION, reinterpret_cast<void*>(&Curl::HeaderCB));
+  easy->SetOpt(CURLOPT_HEADERDATA, unit);
+  easy->SetOpt(CURLOPT_FOLLOWLOCATION, AsOptionValue(1));
+  easy->SetOpt(CURLOPT_HEADER, AsOptionValue(0));
+  easy->SetOpt(CURLOPT_NOBODY, AsOptionValue(0));
+  easy->SetOpt(CURLOPT_ERRORBUFFER, unit->m_errorBuf);
+  easy->SetOpt(CURLOPT_PRIVATE, unit);
+  easy->SetOpt(CURLOPT_NOSIGNAL, AsOptionValue(1));
+  easy->SetOpt(CURLOPT_TIMEOUT, AsOptionValue(120));
+  easy->SetOpt(CURLOPT_CONNECTTIMEOUT, AsOptionValue(m_connectTimeout));
+  easy->SetOpt(CURLOPT_LOW_SPEED_LIMIT, AsOptionValue(2048));
+  easy->SetOpt(CURLOPT_LOW_SPEED_TIME, AsOptionValue(m_lowSpeedTime));
+  easy->SetOpt(CURLOPT_NOPROGRESS, AsOptionValue(0));
+  // The progress callback with four doubles is the one this engine uses; libcurl still calls it.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+  easy->SetOpt(CURLOPT_PROGRESSFUNCTION, reinterpret_cast<void*>(&Curl::ProgressCB));
+#pragma GCC diagnostic pop
+  easy->SetOpt(CURLOPT_PROGRESSDATA, unit);
+  easy->SetOpt(CURLOPT_ACCEPT_ENCODING, "");
+  easy->SetOpt(CURLOPT_FILETIME, AsOptionValue(1));
+  // Set-up has just zeroed fileTime, so these two are not reached on any path today.
+  if (entry.conditional && entry.fileTime != 0) {
+    easy->SetOpt(CURLOPT_TIMECONDITION, AsOptionValue(CURL_TIMECOND_IFMODSINCE));
+    easy->SetOpt(CURLOPT_TIMEVALUE, AsOptionValue(entry.fileTime));
+  }
+  easy->SetOpt(CURLOPT_USERAGENT, m_agent.empty() ? kDefaultAgent : m_agent.c_str());
+  easy->SetOpt(CURLOPT_SSL_VERIFYPEER, AsOptionValue(0));
+  long bufferSize = BufferSizeFor(unit->m_data.bitrate);
+  easy->SetOpt(CURLOPT_BUFFERSIZE, AsOptionValue(bufferSize));
+  if (m_maxNwSpeed > 0) {
+    easy->SetOptMaxNwLimit(CURLOPT_MAX_RECV_SPEED_LARGE, static_cast<long long>(m_maxNwSpeed));
+  }
+
+  m_requestLock.Lock();
+  m_requests.push_back(unit);
+  m_requestLock.Unlock();
+  VAS_LOG_DEBUG("alignment with buffer queue size done and CURL_MAX_BUF_SIZE=%ld and bitrate=%d ",
+                bufferSize, unit->m_data.bitrate);
+  return true;
+}
+
+void Curl::StripAcceleratorPattern(std::string& url) {
+  if (url.compare(0, kAcceleratorPrefixLength, kAcceleratorPrefix) != 0) return;
+  url.erase(0, kAcceleratorPrefixLength);
+  m_useAccelerator = false;
+  VAS_LOG_ERROR("Not using HTTP accelerator");
+}
+
+int Curl::DummyDownload(unsigned int key, const std::string& url, bool unused, UnitObject*& unit,
+                        bool noMeasure, UserData data, char* buffer, int size) {
+  VAS_LOG_DEBUG("Curl::BeginDownload() starts.");
+  if (key < static_cast<unsigned int>(m_requestKey)) {
+    VAS_LOG_DEBUG("Curl::BeginDownload");
+    return 0;
+  }
+  if (url.empty()) {
+    VAS_LOG_ERROR("Curl err_invalidarg");
+    return -13;
+  }
+  int index = -1;
+  for (int i = 0; i < kUnitCount; ++i) {
+    if (!m_units[i].first && !m_units[i].second.m_done) {
+      index = i;
+      break;
+    }
+  }
+  if (index < 0) {
+    VAS_LOG_ERROR("Curl unit not alloted");
+    return -13;
+  }
+  m_units[index].first = true;
+  UnitObject* chosen = &m_units[index].second;
+  unit = chosen;
+
+  chosen->m_url = url;
+  chosen->m_pos = 0;
+  chosen->m_size = 0;
+  chosen->m_skipBytes = 0;
+  chosen->code = 0;
+  chosen->m_beginTime = static_cast<long long>(vas_getTime());
+  chosen->m_endCalled = false;
+  chosen->m_done = false;
+  chosen->m_firstByteTime = 0;
+  chosen->m_cancel = false;
+  chosen->m_pause = false;
+  chosen->m_data = data;
+  chosen->m_noMeasure = noMeasure;
+  chosen->m_pauseBuffer.clear();
+  std::memset(chosen->m_errorBuf, 0, sizeof(chosen->m_errorBuf));
+  chosen->m_pauseBlocked = false;
+  std::memset(chosen->m_reservedA, 0, sizeof(chosen->m_reservedA));
+  std::memset(chosen->m_reservedB, 0, sizeof(chosen->m_reservedB));
+  chosen->m_reservedC = 0;
+  chosen->m_httpStatus = 0;
+  // Required as it stands: whichever slot was taken, the unit counts as slot 0 from here on.
+  chosen->m_index = 0;
+  chosen->m_hostIndex = 0;
+  chosen->m_urlIndex = 0;
+
+  if (m_callback != nullptr) m_callback->OnDownloadStart(chosen);
+  chosen->m_done = true;
+  CallTransfer(chosen, chosen->code, reinterpret_cast<unsigned char*>(buffer),
+               static_cast<unsigned int>(size), -1);
+  m_completed.push_back(chosen);
+  return 0;
+}
+
+}  // namespace strmcommon
