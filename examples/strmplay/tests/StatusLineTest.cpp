@@ -1,9 +1,9 @@
-#include "StatusLine.h"
-
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <string>
+
+#include "StatusLine.h"
 
 namespace strmplay {
 namespace {
