@@ -129,8 +129,10 @@ void Player::Pump() {
       const Variant& v = m_variants[m_current];
       const VariantReport& seen = m_summary.variants[static_cast<std::size_t>(m_current)];
       const std::string segments =
-          m_live ? std::to_string(m_segmentsDone) + " live"
-                 : std::to_string(m_segmentsDone) + "/" + std::to_string(m_summary.segmentsTotal);
+          std::to_string(m_segmentsDone) + (m_live ? std::string(" live")
+                                            : m_summary.segmentsTotal > 0
+                                                ? "/" + std::to_string(m_summary.segmentsTotal)
+                                                : std::string());
       m_status.Update(Format(
           "%7.1f s  buffer %5.1f s  v%d %4dx%-4d %5d kbit/s  bw %6d kbit/s  "
           "seg %s%s",
