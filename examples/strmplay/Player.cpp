@@ -10,6 +10,7 @@
 
 #include "Aes128.h"
 #include "Clock.h"
+#include "Datetime.h"
 #include "Drm_Common.h"
 #include "tzplatform_config.h"
 
@@ -224,11 +225,19 @@ bool Player::LoadMediaPlaylist(int variant, std::string& error) {
   m_mediaLoaded[v] = true;
   const MediaPlaylist& pl = m_media[v];
   ApplyLowLatency(pl);
-  if (m_options.verbose || pl.serverControl.present || pl.hasPartInf) {
-    m_status.Print(Format("v%d playlist: %zu segments, %.1f s, media sequence %u%s%s", variant,
-                          pl.segments.size(), pl.TotalDuration(), pl.mediaSequence,
-                          pl.hasPartInf ? ", low-latency parts" : "",
-                          pl.serverControl.canBlockReload ? ", blocking reload" : ""));
+  if (!m_summary.variants.empty() && !m_summary.variants[v].announced) {
+    m_summary.variants[v].announced = true;
+    int encrypted = 0;
+    for (const auto& seg : pl.segments) encrypted += seg.key.Encrypted() ? 1 : 0;
+    const long long dateTime = pl.segments.front().programDateTime;
+    m_status.Print(Format(
+        "%7.1f s  v%d playlist: %zu segments, %.1f s, media sequence %u%s%s%s%s", ModelNow(),
+        variant, pl.segments.size(), pl.TotalDuration(), pl.mediaSequence,
+        encrypted > 0 ? Format(", %d AES-128", encrypted).c_str() : "",
+        dateTime > 0 ? (", program date-time " + strmcommon::vas_dateTimeToString(dateTime)).c_str()
+                     : "",
+        pl.hasPartInf ? ", low-latency parts" : "",
+        pl.serverControl.canBlockReload ? ", blocking reload" : ""));
   }
   return true;
 }

@@ -63,6 +63,7 @@ struct VariantReport {
   int segments = 0;
   int videoPid = -1, audioPid = -1;
   bool probeFailed = false;  // reported once
+  bool announced = false;    // its playlist has been described
   std::string uri;
 };
 
