@@ -6,6 +6,8 @@
 #include <fstream>
 #include <thread>
 
+#include <unistd.h>
+
 #include "LoopbackServer.h"
 
 namespace strmplay {
@@ -16,7 +18,7 @@ namespace fs = std::filesystem;
 class LoopbackServerTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    m_dir = fs::path(::testing::TempDir()) / "strmplay_server_test";
+    m_dir = fs::path(::testing::TempDir()) / ("strmplay_server_test_" + std::to_string(::getpid()));
     fs::remove_all(m_dir);
     fs::create_directories(m_dir / "v0");
     Write("master.m3u8", "#EXTM3U\n");
