@@ -175,4 +175,31 @@ TEST_F(CurlSetupLive, EveryClientCookieLineGoesToEveryLaterRequest) {
   EXPECT_EQ(seen, (std::vector<std::string>{"[a=1][b=2]", "[a=1][b=2]"}));
 }
 
+TEST_F(CurlSetupLive, DummyDownloadCompletesBesideRunningTransfers) {
+  UnitObject* real = nullptr;
+  ASSERT_EQ(Begin(real, server.Url("/bytes/50000")), 0);
+  char key[] = "0123456789abcdef";
+  UnitObject* dummy = nullptr;
+  curl->LockMutItem();
+  ASSERT_EQ(curl->DummyDownload(0, server.Url("/key"), false, dummy, false, Data(), key, 16), 0);
+  curl->UnlockMutItem();
+  EXPECT_EQ(dummy, &curl->m_units[1].second);
+  EXPECT_EQ(client.Get(dummy).data, "0123456789abcdef");
+  std::vector<UnitObject*> finished;
+  for (int i = 0; i < 2; ++i) {
+    int code = -1;
+    long date = 0;
+    UnitObject* unit = WaitCompleted(code, date);
+    ASSERT_NE(unit, nullptr);
+    EXPECT_EQ(code, 0);
+    finished.push_back(unit);
+  }
+  // The dummy unit counts as slot 0: ending it frees slot 0 once the real transfer is ended too.
+  for (UnitObject* unit : finished) curl->EndDownload(unit);
+  EXPECT_EQ(client.Get(real).sum.Value(), testsupport::Checksum::OfContent(50000));
+  EXPECT_FALSE(curl->m_units[0].first);
+  EXPECT_TRUE(curl->m_units[1].first);
+  EXPECT_FALSE(curl->IsIdle());
+}
+
 }  // namespace
