@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -40,7 +41,8 @@ Trace TwoSamples() {
 }
 
 TEST(Trace, CsvHasAHeaderAndOneRowPerSample) {
-  const std::string path = ::testing::TempDir() + "strmplay_trace.csv";
+  const std::string path =
+      ::testing::TempDir() + "strmplay_trace_" + std::to_string(::getpid()) + ".csv";
   std::string error;
   ASSERT_TRUE(TwoSamples().WriteCsv(path, error)) << error;
   EXPECT_EQ(ReadFile(path),
@@ -51,7 +53,8 @@ TEST(Trace, CsvHasAHeaderAndOneRowPerSample) {
 }
 
 TEST(Trace, SvgDrawsTheFourSeriesAndTheSwitchMarker) {
-  const std::string path = ::testing::TempDir() + "strmplay_trace.svg";
+  const std::string path =
+      ::testing::TempDir() + "strmplay_trace_" + std::to_string(::getpid()) + ".svg";
   std::string error;
   ASSERT_TRUE(TwoSamples().WriteSvg(path, "title <&>", error)) << error;
   const std::string svg = ReadFile(path);

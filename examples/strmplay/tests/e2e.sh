@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # End-to-end: strmplay against its built-in sample stream, time compressed, the link capped low.
 # Checks the summary: every segment fetched, the resolution of every variant as ffprobe reported
-# it when the sample was made, at least one switch down, no errors, exit status 0.
+# it when the sample was made, at least one switch down, no errors, exit status 0; then the cookie
+# jar: saved under the client name, and sent back by a second run.
 #   e2e.sh STRMPLAY SAMPLE_DIR WORK_DIR
 set -uo pipefail
 strmplay=$1
@@ -40,4 +41,16 @@ done <"$sample/ffprobe.txt"
 [ -s "$work/trace.csv" ] && echo "ok   - CSV trace written" || { echo "FAIL - no CSV trace"; fail=1; }
 grep -q '</svg>' "$work/plot.svg" 2>/dev/null && echo "ok   - SVG plot written" \
   || { echo "FAIL - no SVG plot"; fail=1; }
+ls "$work"/root/e2e/data/cookie/*.txt >/dev/null 2>&1 && echo "ok   - cookie files saved" \
+  || { echo "FAIL - no cookie files under $work/root/e2e/data/cookie"; fail=1; }
+
+# A second run under the same client name sends the cookie that the first one kept.
+"$strmplay" --quick --duration 2 --client-name e2e >"$work/out2.txt" 2>&1
+if grep -q "cookies: the server's cookie came back (visit 2)" "$work/out2.txt"; then
+  echo "ok   - cookie kept across runs"
+else
+  echo "FAIL - the second run did not send the cookie back:"
+  grep cookies "$work/out2.txt"
+  fail=1
+fi
 exit $fail
