@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <ostream>
+#include <utility>
 
 #include "url_canon_stdstring.h"
 #include "url_util.h"
@@ -33,6 +34,9 @@ GURL::GURL() : m_isValid(false) {}
 GURL::GURL(const GURL& other)
     : m_spec(other.m_spec), m_isValid(other.m_isValid), m_parsed(other.m_parsed) {}
 
+GURL::GURL(GURL&& other) noexcept
+    : m_spec(std::move(other.m_spec)), m_isValid(other.m_isValid), m_parsed(other.m_parsed) {}
+
 GURL::GURL(const std::string& urlString) : m_isValid(false) { InitCanonical(urlString); }
 
 GURL::GURL(const string16& urlString) : m_isValid(false) { InitCanonical(urlString); }
@@ -53,6 +57,14 @@ void GURL::InitCanonical(const STR& inputSpec) {
 GURL& GURL::operator=(const GURL& other) {
   if (&other == this) return *this;
   m_spec = other.m_spec;
+  m_isValid = other.m_isValid;
+  m_parsed = other.m_parsed;
+  return *this;
+}
+
+GURL& GURL::operator=(GURL&& other) noexcept {
+  if (&other == this) return *this;
+  m_spec = std::move(other.m_spec);
   m_isValid = other.m_isValid;
   m_parsed = other.m_parsed;
   return *this;

@@ -14,14 +14,16 @@ class GURL {
   // Empty text, invalid, all components reset.
   GURL();
   GURL(const GURL& other);
+  GURL(GURL&& other) noexcept;
   // Canonicalises |urlString|. Text and components are kept also when it is invalid.
-  explicit GURL(const std::string& urlString);
-  explicit GURL(const string16& urlString);
+  GURL(const std::string& urlString);  // NOLINT(google-explicit-constructor)
+  GURL(const string16& urlString);  // NOLINT(google-explicit-constructor)
   // Trusted construction: text, components and flag are stored as they come.
   GURL(const char* canonicalSpec, unsigned int canonicalSpecLen, const url_parse::Parsed& parsed,
        bool isValid);
 
   GURL& operator=(const GURL& other);
+  GURL& operator=(GURL&& other) noexcept;
 
   bool is_valid() const { return m_isValid; }
   bool is_empty() const { return m_spec.empty(); }

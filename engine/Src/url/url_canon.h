@@ -53,7 +53,7 @@ class CanonOutputT {
     if (m_length + strLen > m_capacity) {
       if (!Grow(m_length + strLen - m_capacity)) return;
     }
-    for (int i = 0; i < strLen; i++) m_data[m_length + i] = str[i];
+    if (strLen > 0) std::memcpy(m_data + m_length, str, sizeof(T) * strLen);
     m_length += strLen;
   }
 

@@ -85,11 +85,9 @@ bool DoPort(const CHAR* spec, const url_parse::Component& port, int defaultPortF
     return false;
   }
 
-  char buf[6];
-  _itoa_s(portNum, buf, 10);
   output->push_back(':');
   outPort->begin = output->length();
-  for (int i = 0; i < 6 && buf[i]; i++) output->push_back(buf[i]);
+  AppendDecimal(static_cast<unsigned>(portNum), output);
   outPort->len = output->length() - outPort->begin;
   return true;
 }

@@ -2,28 +2,39 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <type_traits>
 
 namespace url_canon {
 
 namespace {
 
+inline bool IsRemovableWhitespace(char16 ch) { return ch == 0x09 || ch == 0x0A || ch == 0x0D; }
+
+bool HasRemovableWhitespace(const char* input, int inputLen) {
+  size_t n = static_cast<size_t>(inputLen);
+  return std::memchr(input, 0x09, n) || std::memchr(input, 0x0A, n) || std::memchr(input, 0x0D, n);
+}
+
+bool HasRemovableWhitespace(const char16* input, int inputLen) {
+  for (int i = 0; i < inputLen; i++) {
+    if (IsRemovableWhitespace(input[i])) return true;
+  }
+  return false;
+}
+
 template <typename CHAR>
 const CHAR* DoRemoveURLWhitespace(const CHAR* input, int inputLen, CanonOutputT<CHAR>* buffer,
                                   int* outputLen) {
-  bool foundWhitespace = false;
-  for (int i = 0; i < inputLen; i++) {
-    if (input[i] == 0x09 || input[i] == 0x0A || input[i] == 0x0D) {
-      foundWhitespace = true;
-      break;
-    }
-  }
-  if (!foundWhitespace) {
+  if (inputLen <= 0 || !HasRemovableWhitespace(input, inputLen)) {
     *outputLen = inputLen;
     return input;
   }
 
   for (int i = 0; i < inputLen; i++) {
-    if (input[i] != 0x09 && input[i] != 0x0A && input[i] != 0x0D) buffer->push_back(input[i]);
+    if (!IsRemovableWhitespace(
+            static_cast<char16>(static_cast<std::make_unsigned_t<CHAR>>(input[i]))))
+      buffer->push_back(input[i]);
   }
   *outputLen = buffer->length();
   return buffer->data();

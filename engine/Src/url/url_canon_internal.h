@@ -263,6 +263,25 @@ inline void AppendEscapedChar(UINCHAR ch, CanonOutputT<OUTCHAR>* output) {
   output->push_back(kHexCharLookup[ch & 0xf]);
 }
 
+// Copies a run of ASCII units to the output in one step.
+inline void AppendRun(const char* run, int length, CanonOutput* output) {
+  output->Append(run, length);
+}
+inline void AppendRun(const char16* run, int length, CanonOutput* output) {
+  for (int i = 0; i < length; i++) output->push_back(static_cast<char>(run[i]));
+}
+
+// Writes |value| in decimal.
+inline void AppendDecimal(unsigned value, CanonOutput* output) {
+  char digits[10];
+  int n = 0;
+  do {
+    digits[n++] = static_cast<char>('0' + value % 10);
+    value /= 10;
+  } while (value);
+  while (n) output->push_back(digits[--n]);
+}
+
 // Writes |codePoint| as UTF-8 through |Append|, one byte at a time.
 template <void Append(unsigned char, CanonOutput*)>
 inline void DoAppendUTF8(unsigned codePoint, CanonOutput* output) {

@@ -1,6 +1,5 @@
 // IPv4 and IPv6 addresses: recognition and canonical text.
 #include <cstdint>
-#include <cstdlib>
 
 #include "url_canon_internal.h"
 
@@ -69,17 +68,18 @@ CanonHostInfo::Family IPv4ComponentToNumber(const CHAR* spec, const url_parse::C
   // Leading zeros are gone, so 16 digits always overflow 32 bits; any further ones are checked
   // for their radix but dropped.
   const int kMaxComponentLen = 16;
-  char buf[kMaxComponentLen + 1];
+  char buf[kMaxComponentLen];
   int destI = 0;
   for (int i = component.begin + basePrefixLen; i < component.end(); i++) {
     char input = static_cast<char>(spec[i]);
     if (!IsCharOfType(static_cast<unsigned char>(input), base)) return CanonHostInfo::NEUTRAL;
     if (destI < kMaxComponentLen) buf[destI++] = input;
   }
-  buf[destI] = '\0';
 
-  int radix = base == CHAR_HEX ? 16 : (base == CHAR_OCT ? 8 : 10);
-  unsigned long long num = strtoull(buf, nullptr, radix);
+  // At most 16 digits: even in hexadecimal the value fits 64 bits.
+  unsigned long long radix = base == CHAR_HEX ? 16 : (base == CHAR_OCT ? 8 : 10);
+  unsigned long long num = 0;
+  for (int i = 0; i < destI; i++) num = num * radix + HexCharToValue(buf[i]);
   if (num > 0xFFFFFFFFull) return CanonHostInfo::BROKEN;
   *number = static_cast<uint32_t>(num);
   return CanonHostInfo::IPV4;
@@ -119,9 +119,7 @@ CanonHostInfo::Family DoIPv4AddressToNumber(const CHAR* spec, const url_parse::C
 
 void AppendIPv4Address(const unsigned char address[4], CanonOutput* output) {
   for (int i = 0; i < 4; i++) {
-    char str[16];
-    _itoa_s(address[i], str, 10);
-    for (int ch = 0; str[ch] != 0; ch++) output->push_back(str[ch]);
+    AppendDecimal(address[i], output);
     if (i != 3) output->push_back('.');
   }
 }
@@ -209,12 +207,13 @@ bool CheckIPv6ComponentsSize(const IPv6Parsed& parsed, int* outNumBytesOfContrac
   return numBytesWithoutContraction + *outNumBytesOfContraction == 16;
 }
 
+// A group has one to four hexadecimal digits, checked by the parse.
 template <typename CHAR>
 uint16_t IPv6HexComponentToNumber(const CHAR* spec, const url_parse::Component& component) {
-  char buf[5];
-  for (int i = 0; i < component.len; ++i) buf[i] = static_cast<char>(spec[component.begin + i]);
-  buf[component.len] = '\0';
-  return static_cast<uint16_t>(strtoul(buf, nullptr, 16));
+  unsigned value = 0;
+  for (int i = 0; i < component.len; ++i)
+    value = value * 16 + HexCharToValue(static_cast<unsigned char>(spec[component.begin + i]));
+  return static_cast<uint16_t>(value);
 }
 
 template <typename CHAR, typename UCHAR>
@@ -290,9 +289,14 @@ void AppendIPv6Address(const unsigned char address[16], CanonOutput* output) {
     } else {
       int x = address[i] << 8 | address[i + 1];
       i += 2;
-      char str[5];
-      _itoa_s(x, str, 16);
-      for (int ch = 0; str[ch] != 0; ++ch) output->push_back(str[ch]);
+      // Lower-case hex without leading zeros.
+      bool started = false;
+      for (int shift = 12; shift >= 0; shift -= 4) {
+        int digit = (x >> shift) & 0xf;
+        if (!digit && !started && shift) continue;
+        started = true;
+        output->push_back("0123456789abcdef"[digit]);
+      }
       if (i < 16) output->push_back(':');
     }
   }

@@ -75,7 +75,12 @@ bool DoPartialPath(const CHAR* spec, const url_parse::Component& path, int pathB
     unsigned char outCh = static_cast<unsigned char>(uch);
     unsigned char flags = kPathCharLookup[outCh];
     if (!(flags & SPECIAL)) {
-      output->push_back(static_cast<char>(outCh));
+      // Plain characters come in runs: copy the whole run at once.
+      int runStart = i;
+      while (i + 1 < end && static_cast<UCHAR>(spec[i + 1]) < 0x80 &&
+             !(kPathCharLookup[static_cast<unsigned char>(spec[i + 1])] & SPECIAL))
+        i++;
+      AppendRun(&spec[runStart], i + 1 - runStart, output);
       continue;
     }
 

@@ -14,14 +14,17 @@ bool IsAllASCII(const CHAR* spec, const url_parse::Component& query) {
   return true;
 }
 
+// Query-safe runs are copied in one step; other bytes are escaped.
 template <typename CHAR>
 void AppendRaw8BitQueryString(const CHAR* source, int length, CanonOutput* output) {
-  for (int i = 0; i < length; i++) {
-    unsigned char uch = static_cast<unsigned char>(source[i]);
-    if (!IsQueryChar(uch)) {
-      AppendEscapedChar(uch, output);
-    } else {
-      output->push_back(static_cast<char>(uch));
+  int i = 0;
+  while (i < length) {
+    int runStart = i;
+    while (i < length && IsQueryChar(static_cast<unsigned char>(source[i]))) i++;
+    if (i > runStart) AppendRun(&source[runStart], i - runStart, output);
+    if (i < length) {
+      AppendEscapedChar(static_cast<unsigned char>(source[i]), output);
+      i++;
     }
   }
 }

@@ -1,6 +1,7 @@
 #include "url_parse.h"
 
 #include <cstdlib>
+#include <cstring>
 
 namespace url_parse {
 
@@ -108,6 +109,32 @@ void DoParseAuthority(const CHAR* spec, const Component& auth, Component* userna
   }
 }
 
+// The first '#', and the first '?' before it; -1 for none.
+void FindPathSeparators(const char* spec, int begin, int end, int* querySeparator,
+                        int* refSeparator) {
+  const char* base = spec + begin;
+  size_t n = static_cast<size_t>(end - begin);
+  const char* hash = static_cast<const char*>(std::memchr(base, '#', n));
+  size_t beforeRef = hash ? static_cast<size_t>(hash - base) : n;
+  const char* question = static_cast<const char*>(std::memchr(base, '?', beforeRef));
+  *refSeparator = hash ? static_cast<int>(hash - spec) : -1;
+  *querySeparator = question ? static_cast<int>(question - spec) : -1;
+}
+
+void FindPathSeparators(const char16* spec, int begin, int end, int* querySeparator,
+                        int* refSeparator) {
+  *querySeparator = -1;
+  *refSeparator = -1;
+  for (int i = begin; i < end; i++) {
+    if (spec[i] == '?') {
+      if (*querySeparator < 0) *querySeparator = i;
+    } else if (spec[i] == '#') {
+      *refSeparator = i;
+      return;
+    }
+  }
+}
+
 template <typename CHAR>
 void DoParsePathInternal(const CHAR* spec, const Component& path, Component* filepath,
                          Component* query, Component* ref) {
@@ -119,15 +146,9 @@ void DoParsePathInternal(const CHAR* spec, const Component& path, Component* fil
   }
 
   int pathEnd = path.begin + path.len;
-  int querySeparator = -1;
-  int refSeparator = -1;
-  for (int i = path.begin; i < pathEnd; i++) {
-    if (spec[i] == '?') {
-      if (refSeparator < 0 && querySeparator < 0) querySeparator = i;
-    } else if (spec[i] == '#') {
-      if (refSeparator < 0) refSeparator = i;
-    }
-  }
+  int querySeparator;
+  int refSeparator;
+  FindPathSeparators(spec, path.begin, pathEnd, &querySeparator, &refSeparator);
 
   int fileEnd;
   int queryEnd;

@@ -20,6 +20,10 @@ const char* const kStandardURLSchemes[] = {
 // Built on first use; see Initialize() about threads.
 std::vector<const char*>* standard_schemes = nullptr;
 
+// Copies of added schemes live to process end, also past Shutdown(); this list only keeps them
+// reachable.
+std::vector<const char*>* added_scheme_copies = nullptr;
+
 void InitStandardSchemes() {
   if (standard_schemes) return;
   standard_schemes = new std::vector<const char*>;
@@ -36,6 +40,18 @@ bool DoLowerCaseEqualsASCII(const CHAR* aBegin, const CHAR* aEnd, const char* b)
     if (ToLowerASCII(ch) != static_cast<unsigned char>(*b)) return false;
   }
   return *b == 0;
+}
+
+template <typename CHAR>
+bool DoLowerCaseEqualsRange(const CHAR* aBegin, const CHAR* aEnd, const char* bBegin,
+                            const char* bEnd) {
+  while (aBegin != aEnd && bBegin != bEnd &&
+         ToLowerASCII(static_cast<char16_t>(static_cast<typename std::make_unsigned<CHAR>::type>(
+             *aBegin))) == static_cast<unsigned char>(*bBegin)) {
+    aBegin++;
+    bBegin++;
+  }
+  return aBegin == aEnd && bBegin == bEnd;
 }
 
 template <typename CHAR>
@@ -188,6 +204,9 @@ void AddStandardScheme(const char* newScheme) {
   char* dupScheme = new char[schemeLen + 1];
   std::memcpy(dupScheme, newScheme, schemeLen + 1);
 
+  if (!added_scheme_copies) added_scheme_copies = new std::vector<const char*>;
+  added_scheme_copies->push_back(dupScheme);
+
   InitStandardSchemes();
   standard_schemes->push_back(dupScheme);
 }
@@ -216,12 +235,11 @@ bool LowerCaseEqualsASCII(const char16* aBegin, const char16* aEnd, const char* 
 }
 bool LowerCaseEqualsASCII(const char* aBegin, const char* aEnd, const char* bBegin,
                           const char* bEnd) {
-  while (aBegin != aEnd && bBegin != bEnd &&
-         ToLowerASCII(static_cast<unsigned char>(*aBegin)) == static_cast<unsigned char>(*bBegin)) {
-    aBegin++;
-    bBegin++;
-  }
-  return aBegin == aEnd && bBegin == bEnd;
+  return DoLowerCaseEqualsRange(aBegin, aEnd, bBegin, bEnd);
+}
+bool LowerCaseEqualsASCII(const char16* aBegin, const char16* aEnd, const char* bBegin,
+                          const char* bEnd) {
+  return DoLowerCaseEqualsRange(aBegin, aEnd, bBegin, bEnd);
 }
 
 bool Canonicalize(const char* spec, int specLen, url_canon::CharsetConverter* charsetConverter,

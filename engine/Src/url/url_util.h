@@ -38,6 +38,8 @@ bool LowerCaseEqualsASCII(const char16* aBegin, const char16* aEnd, const char* 
 // The same with a second range, which isn't folded.
 bool LowerCaseEqualsASCII(const char* aBegin, const char* aEnd, const char* bBegin,
                           const char* bEnd);
+bool LowerCaseEqualsASCII(const char16* aBegin, const char16* aEnd, const char* bBegin,
+                          const char* bEnd);
 
 // Canonicalises a whole URL. False both when it is invalid and when it has no scheme (then
 // nothing is written).

@@ -1,0 +1,13 @@
+// AES-128-CBC decryption of HLS segments (PKCS#7 padding), through OpenSSL's EVP interface.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace strmplay {
+
+// Decrypts `in` with the 16-byte key and IV. False when the data or its padding is not valid.
+bool DecryptAes128Cbc(const std::uint8_t key[16], const std::uint8_t iv[16],
+                      const std::vector<std::uint8_t>& in, std::vector<std::uint8_t>& out);
+
+}  // namespace strmplay
