@@ -611,6 +611,7 @@ TEST_F(CurlBody, DataHandedOverInsideAResumeTakesTheRunningPathAfterTheSavedChun
   };
   LogCapture capture;
   ASSERT_TRUE(curl->Resume(unit));
+  EasyOf(unit)->onResume = nullptr;
   EXPECT_TRUE(pausedInside);
   EXPECT_FALSE(unit->m_pause);
   auto received = client.Get(unit);
@@ -651,6 +652,7 @@ TEST_F(CurlBody, DataHandedOverInsideAResumeWaitsForARefusingClientWithoutLettin
     EXPECT_FALSE(otherGotIn.load());
   };
   ASSERT_TRUE(curl->Resume(unit));
+  EasyOf(unit)->onResume = nullptr;
   other.join();
   EXPECT_EQ(scripted.offers.load(), 4);
   EXPECT_TRUE(SameBytes(scripted.Get(unit).data, Text(Bytes(0, 16384))));
@@ -667,6 +669,7 @@ TEST_F(CurlBody, OutsideItsOwnResumeAPausedUnitStillSavesItsChunks) {
     Curl::EasyDownloadCB(bytes.data(), 1, bytes.size(), other);
   };
   ASSERT_TRUE(curl->Resume(unit));
+  EasyOf(unit)->onResume = nullptr;
   EXPECT_EQ(other->m_pauseBuffer.size(), 30u);
   EXPECT_EQ(client.Get(other).calls, 0);
   // After the resume the marker is gone: a later chunk of a paused unit is saved again.
