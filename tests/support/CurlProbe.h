@@ -20,6 +20,8 @@ class CurlProbe : public strmcommon::Curl {
   using Curl::m_completed;
   using Curl::m_connectTimeout;
   using Curl::m_connTimeoutSet;
+  using Curl::m_cookie;
+  using Curl::m_cookieHeader;
   using Curl::m_cookiePath;
   using Curl::m_destIp;
   using Curl::m_event;
@@ -34,6 +36,7 @@ class CurlProbe : public strmcommon::Curl {
   using Curl::m_mutItem;
   using Curl::m_proxy;
   using Curl::m_quit;
+  using Curl::m_redirects;
   using Curl::m_requestKey;
   using Curl::m_requestLock;
   using Curl::m_requests;

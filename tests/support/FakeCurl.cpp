@@ -47,6 +47,11 @@ bool FakeCurlEasy::SetOptMaxNwLimit(CURLoption option, long long value) {
 }
 
 bool FakeCurlEasy::GetInfo(CURLINFO info, void const* value) {
+  auto text = stringInfo.find(info);
+  if (text != stringInfo.end()) {
+    *static_cast<const char**>(const_cast<void*>(value)) = text->second.c_str();
+    return true;
+  }
   auto it = longInfo.find(info);
   if (it == longInfo.end()) return false;
   *static_cast<long*>(const_cast<void*>(value)) = it->second;

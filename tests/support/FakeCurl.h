@@ -78,6 +78,8 @@ class FakeCurlEasy : public strmcommon::ICurlEasy {
   bool HasOption(CURLoption option) const;
   std::map<CURLINFO, long> longInfo;
   std::map<CURLINFO, double> doubleInfo;
+  // String answers of GetInfo (CURLINFO_EFFECTIVE_URL); the pointer handed out points in here.
+  std::map<CURLINFO, std::string> stringInfo;
   int resetCalls = 0;
   bool pauseResult = true;
   bool resumeResult = true;

@@ -103,7 +103,7 @@ Curl::~Curl() {
 void Curl::Init(ICurlCB* callback, IDownloadEvent* event) {
   m_callback = callback;
   m_event = event;
-  // The cookie store reads its files here (m_cookie.init(m_cookiePath)) once it joins the engine.
+  m_cookie.init(m_cookiePath);
 }
 
 bool Curl::SetConnDetails(int timeout, int retry) {

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "CHttpCookie.h"
 #include "ICurl.h"
 #include "ICurlCB.h"
 #include "ICurlFactory.h"
@@ -140,8 +141,7 @@ class Curl : public ICurl {
   long long m_lastPauseTime;
   long long m_lastResumeTime;
   bool m_useAccelerator;
-  // The cookie store (CHttpCookie m_cookie) takes its place here, between m_useAccelerator and
-  // m_urlInfo, when it joins the engine.
+  CHttpCookie m_cookie;
   std::vector<urlInfo_t> m_urlInfo;
   std::vector<std::string> m_hosts;
   std::deque<UnitObject*> m_completed;

@@ -3,6 +3,8 @@
 
 #include "Curl.h"
 #include "DLog.h"
+#include "StringHelper.h"
+#include "gurl.h"
 
 namespace strmcommon {
 
@@ -73,8 +75,18 @@ int Curl::OnHeaderDownload(UnitObject* unit, void* data, int size) {
     m_redirects.emplace_back(unit, target);
     unit->m_redirecting = false;
   }
-  // Set-Cookie lines go to the cookie store (addCookieToPool under the effective URL's host and
-  // path) once it joins the engine.
+  if (vas_strncasecmp(text, "set-cookie:", 11) == 0) {
+    // The table entry moves to the address that answered; a later BeginDownload3 requests it.
+    // libcurl always has an effective URL here, so a null one is not guarded against.
+    char* effective = nullptr;
+    unit->m_easy->GetInfo(CURLINFO_EFFECTIVE_URL, &effective);
+    entry.url = effective;
+    GURL parsed(entry.url);
+    std::string path = parsed.path();
+    std::string host = parsed.host();
+    // The line end stays on the cookie text.
+    m_cookie.addCookieToPool(std::string(text + 11), host, path);
+  }
   return size;
 }
 
@@ -86,7 +98,7 @@ void Curl::SetCookie(const std::string& value) {
 }
 
 void Curl::SetCookieToPool(std::string& cookie, std::string& host, std::string& path) {
-  // Hands the three copies to the cookie store's addCookieToPool once it joins the engine.
+  m_cookie.addCookieToPool(cookie, host, path);
 }
 
 void Curl::clearUsrDefCookie() { m_cookieHeader.clear(); }

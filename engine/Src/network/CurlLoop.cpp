@@ -220,8 +220,8 @@ int Curl::EndDownload_unlock(UnitObject*& unit) {
 
 void Curl::Quit() {
   VAS_LOG_DEBUG("Quit() starts.");
-  // The cookie store saves its files here (m_cookie.saveCookieFile()), first, once it joins the
-  // engine; the worker may still be running at that point.
+  // First, while the worker may still be running.
+  m_cookie.saveCookieFile();
   // The pointer is left as it is: a second Quit frees the list again, so a client calls it once.
   if (m_headers != nullptr) curl_slist_free_all(m_headers);
   m_quit = true;

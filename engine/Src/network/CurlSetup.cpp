@@ -5,6 +5,7 @@
 #include "Curl.h"
 #include "DLog.h"
 #include "Portability.h"
+#include "gurl.h"
 
 namespace strmcommon {
 
@@ -24,6 +25,34 @@ long BufferSizeFor(int bitrate) {
 }
 
 void* AsOptionValue(long value) { return reinterpret_cast<void*>(value); }
+
+// The host's slot in hosts: 1 to 9 fill up in order of first use; 0 for an empty host and for
+// every host that came after slot 9 was taken.
+int HostSlotFor(std::vector<std::string>& hosts, const std::string& url) {
+  std::string host = GURL(url).host();
+  if (host.empty()) return 0;
+  for (int slot = 1; slot < Curl::kHostCount; ++slot) {
+    if (hosts[slot].empty()) {
+      hosts[slot] = host;
+      return slot;
+    }
+    if (hosts[slot] == host) return slot;
+  }
+  return 0;
+}
+
+// The first unit that is free, no longer waits on the completed list, and is unbound or bound to
+// hostSlot. A unit stays bound to the host of its first use for the life of the engine.
+int FreeUnitFor(const std::vector<std::pair<bool, UnitObject>>& units, int hostSlot) {
+  for (int i = 0; i < Curl::kUnitCount; ++i) {
+    const UnitObject& unit = units[i].second;
+    if (!units[i].first && !unit.m_done &&
+        (unit.m_hostIndex == -1 || unit.m_hostIndex == hostSlot)) {
+      return i;
+    }
+  }
+  return -1;
+}
 
 }  // namespace
 
@@ -78,6 +107,20 @@ int Curl::BeginDownload2(unsigned int key, const std::string& url, const std::st
 
 int Curl::BeginDownload3(int urlIndex, UnitObject*& unit, bool noMeasure, UserData data) {
   urlInfo_t& entry = m_urlInfo[urlIndex];
+  if (m_event->Islowlatency()) {
+    VAS_LOG_ERROR(">> inside low latency check");
+    GURL parsed(entry.url);
+    std::string query = parsed.query();
+    if (parsed.parsed_for_possibly_invalid_spec().query.len >= 0) {
+      // Kept as it is: the first occurrence of the query text decides, and a query found at 0 or
+      // not at all (a bare "?", a query canonicalised into other text) puts the erase position
+      // past the end, so std::out_of_range leaves this call.
+      size_t found = entry.url.find(query, 0);
+      entry.url.erase(found - 1, query.size() + 1);
+    }
+    VAS_LOG_DEBUG(">> Curl::BeginDownload3 Removal of query string ( %s ) to give url(%s) ",
+                  query.c_str(), entry.url.c_str());
+  }
   VAS_LOG_DEBUG(">> ( %s ) ", entry.url.c_str());
   if (entry.url.empty()) return -13;
   if (m_quit) return -1;
@@ -101,14 +144,8 @@ int Curl::BeginDownloadImpl(const std::string& url, const std::string& range, bo
         data.type, data.streamIdx, data.segmentIdx, url.c_str());
   }
 
-  // The first free unit. The m_done test keeps a unit that still waits on m_completed out.
-  int index = -1;
-  for (int i = 0; i < kUnitCount; ++i) {
-    if (!m_units[i].first && !m_units[i].second.m_done) {
-      index = i;
-      break;
-    }
-  }
+  int hostSlot = HostSlotFor(m_hosts, url);
+  int index = FreeUnitFor(m_units, hostSlot);
   if (index < 0) {
     VAS_LOG_ERROR("ERROR!! max concurrent download over");
     return -1;
@@ -123,6 +160,7 @@ int Curl::BeginDownloadImpl(const std::string& url, const std::string& range, bo
 
   chosen->m_index = index;
   chosen->m_urlIndex = index;
+  chosen->m_hostIndex = hostSlot;
   chosen->m_redirecting = false;
 
   if (conditional) {
@@ -237,9 +275,10 @@ bool Curl::SetBodyEasyDownloadOPT(UnitObject* unit) {
   // libcurl copies string options, so the local URL may go after this.
   easy->SetOpt(CURLOPT_URL, requestUrl.c_str());
   if (!entry.range.empty()) easy->SetOpt(CURLOPT_RANGE, entry.range.c_str());
-  // The cookie store's header for this URL (CURLOPT_COOKIE from getCookieFromPool) joins here
-  // with the cookie store; until then no cookie is set.
-  VAS_LOG_DEBUG(" Cookie[%s]", "");
+  // Asked with the plain URL: the accelerator prefix is for libcurl only.
+  std::string cookie = m_cookie.getCookieFromPool(entry.url);
+  VAS_LOG_DEBUG(" Cookie[%s]", cookie.c_str());
+  if (!cookie.empty()) easy->SetOpt(CURLOPT_COOKIE, cookie.c_str());
   if (m_headers != nullptr) easy->SetOpt(CURLOPT_HTTPHEADER, m_headers);
   if (unit->m_isCurlDebug) {
     VAS_LOG_ERROR("turn off fail immediately when get error");
@@ -309,13 +348,7 @@ int Curl::DummyDownload(unsigned int key, const std::string& url, bool unused, U
     VAS_LOG_ERROR("Curl err_invalidarg");
     return -13;
   }
-  int index = -1;
-  for (int i = 0; i < kUnitCount; ++i) {
-    if (!m_units[i].first && !m_units[i].second.m_done) {
-      index = i;
-      break;
-    }
-  }
+  int index = FreeUnitFor(m_units, HostSlotFor(m_hosts, url));
   if (index < 0) {
     VAS_LOG_ERROR("Curl unit not alloted");
     return -13;
