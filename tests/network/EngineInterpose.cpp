@@ -10,6 +10,7 @@
 namespace engineinterpose {
 
 std::atomic<bool> captureUsleep{false};
+std::atomic<unsigned int> skipUsleepFrom{0};
 std::atomic<bool> captureSlistFree{false};
 std::atomic<bool> failSystemInfoWithTrue{false};
 std::atomic<int> easyInitFailAfter{-1};
@@ -42,6 +43,7 @@ std::vector<curl_slist*> SlistFrees() {
 
 void Reset() {
   captureUsleep = false;
+  skipUsleepFrom = 0;
   captureSlistFree = false;
   failSystemInfoWithTrue = false;
   easyInitFailAfter = -1;
@@ -60,7 +62,8 @@ extern "C" {
 int usleep(useconds_t usec) {
   using Fn = int (*)(useconds_t);
   static Fn real = reinterpret_cast<Fn>(dlsym(RTLD_NEXT, "usleep"));
-  if (captureUsleep.load()) {
+  unsigned int skipFrom = skipUsleepFrom.load();
+  if (captureUsleep.load() || (skipFrom != 0 && usec >= skipFrom)) {
     std::lock_guard<std::mutex> guard(Lock());
     UsleepLog().push_back(usec);
     return 0;

@@ -12,6 +12,9 @@ namespace engineinterpose {
 
 // While set, usleep records its argument and returns at once.
 extern std::atomic<bool> captureUsleep;
+// While non-zero, usleep calls of at least this many microseconds are recorded and return at
+// once; shorter ones sleep as usual (the worker's own pacing keeps going).
+extern std::atomic<unsigned int> skipUsleepFrom;
 std::vector<unsigned int> UsleepCalls();
 
 // While set, curl_slist_free_all records the list and frees nothing.

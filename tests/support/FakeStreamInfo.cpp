@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <mutex>
 #include <vector>
 
 namespace {
@@ -21,9 +22,16 @@ std::vector<int>& CallLog() {
   return calls;
 }
 
+// Several engines' workers may ask at once (the measurement tests run engines side by side).
+std::mutex& TableLock() {
+  static std::mutex lock;
+  return lock;
+}
+
 }  // namespace
 
 void* strmengine::CHLSDataHandler::GetStreamInfo(int index) {
+  std::lock_guard<std::mutex> guard(TableLock());
   CallLog().push_back(index);
   auto it = Records().find(index);
   return it == Records().end() ? nullptr : it->second.words;
@@ -42,6 +50,7 @@ FakeStreamInfo::~FakeStreamInfo() {
 }
 
 void FakeStreamInfo::SetBitrate(int index, unsigned int bitrate) {
+  std::lock_guard<std::mutex> guard(TableLock());
   Records()[index] = StreamRecord{{0xdeadbeefu, 0xdeadbeefu, bitrate, 0xdeadbeefu}};
 }
 

@@ -44,6 +44,8 @@ LoopbackServer::LoopbackServer(std::unique_ptr<httplib::Server> server, const st
     : m_server(std::move(server)), m_scheme(scheme) {
   // Enough workers for every unit of an engine to hold a keep-alive connection at once.
   m_server->new_task_queue = [] { return new httplib::ThreadPool(32); };
+  // Headers and a small body leave at once instead of waiting out the peer's delayed ACK.
+  m_server->set_tcp_nodelay(true);
   AddRoutes();
   Start();
 }

@@ -157,6 +157,10 @@ class Curl : public ICurl {
   curl_slist* m_headers;
   RecursiveMutex m_requestLock;
   std::deque<UnitObject*> m_requests;
+
+ private:
+  // The unit that Resume_unlock is resuming on this thread, while libcurl's resume call runs.
+  static thread_local UnitObject* s_resumingUnit;
 };
 
 }  // namespace strmcommon

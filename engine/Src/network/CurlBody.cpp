@@ -38,8 +38,11 @@ int Curl::OnBodyDownload(UnitObject* unit, void* data, int size, int easyCurlId,
     return -1;
   }
   unsigned char* bytes = static_cast<unsigned char*>(data);
+  // Data that libcurl hands over from inside Resume_unlock for this unit is data of the resume:
+  // it takes the running path although m_pause is still up (see Resume_unlock).
+  bool insideResume = s_resumingUnit == unit;
 
-  if (unit->m_pause && unit->m_easy != nullptr) {
+  if (unit->m_pause && unit->m_easy != nullptr && !insideResume) {
     if (!unit->m_easy->Pause()) {
       VAS_LOG_ERROR("ERROR!! curl_easy_pause failed, %d", unit->m_easy->GetLastError());
     }
@@ -69,7 +72,8 @@ int Curl::OnBodyDownload(UnitObject* unit, void* data, int size, int easyCurlId,
   unit->m_pos += size;
 
   if (!unit->m_noMeasure && m_event != nullptr) {
-    if (now - unit->m_rxBaseTime <= 100) {
+    // Data delivered inside a resume arrives at the resume itself, 0 ms after it.
+    if (insideResume || now - unit->m_rxBaseTime <= 100) {
       m_event->ResetRxBaseTime(now);
     } else {
       m_event->AddRxTimeInfo(static_cast<unsigned int>(previousTime),
@@ -103,12 +107,14 @@ int Curl::OnBodyDownload(UnitObject* unit, void* data, int size, int easyCurlId,
 int Curl::CallTransfer(UnitObject* unit, int code, unsigned char* data, unsigned int size,
                        int curlId) {
   if (m_callback == nullptr || m_quit) return 0;
+  // Inside a resume of this unit (see Resume_unlock) the raised m_pause is the resume's own.
+  bool insideResume = s_resumingUnit == unit;
   for (;;) {
     if (unit->m_cancel) return 0;
     // A unit that already has a result takes no more data.
     if (unit->code != 0) return 0;
     if (curlId == -1) {
-      if (unit->m_pause) break;
+      if (unit->m_pause && !insideResume) break;
       int taken = m_callback->OnDownloadData(unit, code, data, size);
       if (taken == 0) return 0;
       if (taken == 3) {
@@ -116,16 +122,26 @@ int Curl::CallTransfer(UnitObject* unit, int code, unsigned char* data, unsigned
         continue;
       }
     }
-    // Back-pressure: released so that Pause, Cancel and Quit can get in from the client's side.
-    m_mutItem.Unlock();
-    vas_sleep_ms(1);
-    m_mutItem.Lock();
+    if (insideResume) {
+      // The resuming thread is inside libcurl's resume call for this transfer: the worker must
+      // not drive the multi handle now, so this wait keeps m_mutItem.
+      vas_sleep_ms(1);
+    } else {
+      // Back-pressure: released so that Pause, Cancel and Quit can get in from the client's side.
+      m_mutItem.Unlock();
+      vas_sleep_ms(1);
+      m_mutItem.Lock();
+    }
     if (m_quit) return 0;
   }
 
   if (!unit->m_pauseBuffer.empty()) VAS_LOG_ERROR("Error!! curl pause buffer overwrite");
   unit->m_pauseBuffer.resize(size);
-  vas_memcpy_s(unit->m_pauseBuffer.data(), size, data, size);
+  // A flushed chunk that meets a new pause is the buffer itself: copying it onto itself changes
+  // nothing, so that copy (and the one of an empty chunk) is left out.
+  if (size != 0 && data != unit->m_pauseBuffer.data()) {
+    vas_memcpy_s(unit->m_pauseBuffer.data(), size, data, size);
+  }
   return 0;
 }
 

@@ -9,8 +9,15 @@
 
 namespace strmcommon {
 
+thread_local UnitObject* Curl::s_resumingUnit = nullptr;
+
 namespace {
 void* AsOptionValue(long value) { return reinterpret_cast<void*>(value); }
+
+// Read afresh on every turn: another thread's SetData, which takes no lock, may change it.
+int32_t StateOf(const UnitObject* unit) {
+  return *static_cast<const volatile int32_t*>(&unit->m_data.state);
+}
 }  // namespace
 
 bool Curl::Pause(UnitObject* unit) {
@@ -55,7 +62,18 @@ bool Curl::Resume_unlock(UnitObject* unit) {
     return true;
   }
   VAS_LOG_DEBUG("curl Resume_unlock: %d, %d", unit->m_index, unit->m_data.type);
-  if (!unit->m_easy->Resume()) {
+  // libcurl hands the body it held back at the pause to the write callback from inside its
+  // resume call, on this thread, while m_pause is still up. Taken literally, the paused path
+  // would pause the handle again from inside the resume (libcurl keeps that pause, so the
+  // transfer never runs again once m_pause is cleared below) and each further piece would
+  // overwrite the pause buffer. While the call runs, this unit is marked as being resumed here,
+  // and the body path lets such data take the running path: the saved chunk first, then the
+  // held-back data, in order.
+  UnitObject* outerResume = s_resumingUnit;
+  s_resumingUnit = unit;
+  bool resumed = unit->m_easy->Resume();
+  s_resumingUnit = outerResume;
+  if (!resumed) {
     VAS_LOG_DEBUG("<<");
     return false;
   }
@@ -179,11 +197,11 @@ void Curl::Reset() {
     // A unit with another state is dropped from the queue and keeps its slot.
     if (unit != nullptr && unit->m_data.state == 0) EndDownload(unit);
   }
-  // Intended: a front unit with a non-zero state is never stepped past, so this waits for a
-  // SetData from another thread.
+  // Intended: a front unit with a non-zero state is never stepped past. The walk turns on it,
+  // with m_mutItem held, until a SetData from another thread, which takes no lock, clears it.
   while (!m_completed.empty()) {
     UnitObject* unit = m_completed.front();
-    if (unit->m_data.state != 0) continue;
+    if (StateOf(unit) != 0) continue;
     EndDownload(unit);
     m_completed.pop_front();
   }

@@ -1,0 +1,263 @@
+// Mixed traffic through one engine for a long time: random sizes, faults, pauses, cancels,
+// refusals and resets against the loopback server. Afterwards no unit may be stuck and the
+// engine must be idle. Duration: env STRMCOMMON_SOAK_SECONDS, default 1800.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <mutex>
+#include <random>
+#include <string>
+#include <thread>
+
+#include "CurlProbe.h"
+#include "LoopbackServer.h"
+#include "StreamRoutes.h"
+#include "WaitFor.h"
+#include "system_info.h"
+
+using strmcommon::UnitObject;
+using strmcommon::UserData;
+using testsupport::Checksum;
+using testsupport::WaitFor;
+
+namespace {
+
+int SoakSeconds() {
+  const char* text = std::getenv("STRMCOMMON_SOAK_SECONDS");
+  int seconds = text != nullptr ? std::atoi(text) : 0;
+  return seconds > 0 ? seconds : 1800;
+}
+
+// Takes most chunks, now and then asks to be called again at once or refuses for a moment.
+class SoakClient : public testsupport::CollectingClient {
+ public:
+  int OnDownloadData(UnitObject* unit, int code, unsigned char* data, unsigned int size) override {
+    {
+      std::lock_guard<std::mutex> guard(m_lock);
+      int roll = static_cast<int>(m_random() % 1000);
+      if (roll < 5) return 3;
+      if (roll < 8) return 1;
+    }
+    return CollectingClient::OnDownloadData(unit, code, data, size);
+  }
+
+ private:
+  std::mutex m_lock;
+  std::mt19937 m_random{12345};
+};
+
+struct Transfer {
+  std::string url;
+  size_t size = 0;  // body size when the route has one and delivers it whole
+  bool verifiable = false;
+  bool paused = false;  // a pause can lose a chunk by design, so no checksum then
+  bool cancelled = false;
+  int retries = 0;
+  std::chrono::steady_clock::time_point resumeAt;
+};
+
+struct Stats {
+  long begun = 0, ok = 0, verified = 0, retry = 0, cancelled = 0, failed = 0, resets = 0,
+       pauses = 0, silentlyFreed = 0;
+};
+
+}  // namespace
+
+TEST(EngineSoak, MixedTrafficLeavesNoUnitStuckAndTheEngineIdle) {
+  system_info_stub_set_mode(SYSTEM_INFO_STUB_FALSE);
+  testsupport::LoopbackServer server;
+  testsupport::AddStreamRoutes(server);
+  SoakClient client;
+  testsupport::CurlProbe curl(strmcommon::CURL_THREAD_FIXED, 0, "/tmp/strmcommon-soak");
+  curl.Init(&client, nullptr);
+  ASSERT_TRUE(curl.StartLoop());
+
+  std::mt19937 random(2026);
+  auto roll = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
+  std::map<UnitObject*, Transfer> live;
+  Stats stats;
+
+  auto pick = [&]() {
+    Transfer t;
+    size_t size = 1 + static_cast<size_t>(roll(4) == 0 ? roll(4000000) : roll(200000));
+    int kind = roll(100);
+    if (kind < 50) {
+      t.url = "/bytes/" + std::to_string(size);
+      t.size = size;
+      t.verifiable = true;
+    } else if (kind < 62) {
+      t.url = "/chunked/" + std::to_string(size) + "?piece=" + std::to_string(1 + roll(20000));
+      t.size = size;
+      t.verifiable = true;
+    } else if (kind < 72) {
+      t.url = "/slow/" + std::to_string(size % 60000 + 1) +
+              "?rate=" + std::to_string(100000 + roll(400000));
+      t.size = size % 60000 + 1;
+      t.verifiable = true;
+    } else if (kind < 80) {
+      t.url = "/drop/" + std::to_string(size + 10) + "/" + std::to_string(size / 2);
+    } else if (kind < 86) {
+      t.url = "/chunkdrop/" + std::to_string(size);
+    } else if (kind < 90) {
+      static const char* kStatus[] = {"404", "500", "503", "401", "502", "403"};
+      t.url = std::string("/status/") + kStatus[roll(6)];
+    } else if (kind < 95) {
+      t.url = "/redirect/302?to=/bytes/" + std::to_string(size);
+      t.size = size;
+      t.verifiable = true;
+    } else {
+      t.url = "/headers?X-Soak=1";
+    }
+    return t;
+  };
+
+  auto begin = [&](Transfer t) {
+    UnitObject* unit = nullptr;
+    UserData data{roll(4), roll(3), roll(100), roll(2) ? 99999999 : 40000000, 0, 0};
+    curl.LockMutItem();
+    int result = curl.BeginDownload(static_cast<unsigned int>(curl.GetRequestKey()),
+                                    server.Url(t.url), false, unit, false, data);
+    curl.UnlockMutItem();
+    if (result == 0 && unit != nullptr) {
+      ++stats.begun;
+      live[unit] = t;
+    }
+  };
+
+  auto collect = [&]() {
+    int code = 0;
+    long date = 0;
+    UnitObject* unit = curl.GetCompleted(code, date);
+    if (unit == nullptr) return false;
+    auto it = live.find(unit);
+    EXPECT_NE(it, live.end()) << "a unit completed that nobody began";
+    if (it == live.end()) return true;
+    Transfer t = it->second;
+    live.erase(it);
+    if (code == 0) {
+      ++stats.ok;
+      if (t.verifiable && !t.paused && !t.cancelled) {
+        auto received = client.Get(unit);
+        EXPECT_EQ(received.bytes, t.size) << t.url;
+        EXPECT_EQ(received.sum.Value(), Checksum::OfContent(t.size)) << t.url;
+        ++stats.verified;
+      }
+    } else if (code == 10) {
+      ++stats.retry;
+    } else if (code == -12) {
+      ++stats.cancelled;
+      EXPECT_TRUE(t.cancelled) << t.url;
+    } else {
+      ++stats.failed;
+    }
+    EXPECT_EQ(curl.EndDownload(unit), code);
+    if (code == 10 && t.retries < 2 && !t.cancelled) {
+      t.retries++;
+      t.paused = false;
+      begin(t);
+    }
+    return true;
+  };
+
+  // Units freed by a reset without a word: their slot went free while we still tracked them.
+  auto dropFreed = [&]() {
+    curl.LockMutItem();
+    for (auto it = live.begin(); it != live.end();) {
+      bool onList = false;
+      for (UnitObject* done : curl.m_completed) onList = onList || done == it->first;
+      if (!curl.m_units[it->first->m_index].first && !onList) {
+        ++stats.silentlyFreed;
+        it = live.erase(it);
+      } else {
+        ++it;
+      }
+    }
+    curl.UnlockMutItem();
+  };
+
+  auto end = std::chrono::steady_clock::now() + std::chrono::seconds(SoakSeconds());
+  auto nextReport = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  auto nextReset = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  while (std::chrono::steady_clock::now() < end) {
+    while (collect()) {
+    }
+    if (live.size() < 12 && roll(3) == 0) begin(pick());
+    auto now = std::chrono::steady_clock::now();
+    if (!live.empty()) {
+      auto it = std::next(live.begin(), roll(static_cast<int>(live.size())));
+      UnitObject* unit = it->first;
+      Transfer& t = it->second;
+      int action = roll(1000);
+      if (action < 30 && !t.paused) {
+        if (curl.Pause(unit)) {
+          t.paused = true;
+          t.resumeAt = now + std::chrono::milliseconds(roll(400));
+          ++stats.pauses;
+        }
+      } else if (action < 38) {
+        if (curl.Cancel(unit)) t.cancelled = true;
+      } else if (action < 41) {
+        if (curl.Reset(unit, static_cast<unsigned int>(curl.GetData(unit).type))) {
+          t.cancelled = true;
+        }
+      }
+    }
+    for (auto& entry : live) {
+      if (entry.second.paused && entry.second.resumeAt <= now && curl.IsPause(entry.first)) {
+        curl.Resume(entry.first);
+      }
+    }
+    if (now >= nextReset) {
+      nextReset = now + std::chrono::seconds(3 + roll(10));
+      for (auto& entry : live) entry.second.cancelled = true;
+      curl.Reset();
+      ++stats.resets;
+      dropFreed();
+    }
+    if (now >= nextReport) {
+      nextReport = now + std::chrono::seconds(60);
+      printf(
+          "soak: begun %ld ok %ld verified %ld retry %ld cancelled %ld failed %ld resets %ld "
+          "pauses %ld freed-by-reset %ld live %zu\n",
+          stats.begun, stats.ok, stats.verified, stats.retry, stats.cancelled, stats.failed,
+          stats.resets, stats.pauses, stats.silentlyFreed, live.size());
+      fflush(stdout);
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+
+  // Wind down: resume and cancel whatever still runs, collect everything.
+  for (auto& entry : live) {
+    curl.Resume(entry.first);
+    if (curl.Cancel(entry.first)) entry.second.cancelled = true;
+  }
+  EXPECT_TRUE(WaitFor(
+      [&] {
+        while (collect()) {
+        }
+        dropFreed();
+        return live.empty();
+      },
+      std::chrono::seconds(60), std::chrono::milliseconds(1)))
+      << live.size() << " units stuck";
+  EXPECT_TRUE(curl.IsIdle());
+  curl.LockMutItem();
+  for (auto& slot : curl.m_units) {
+    EXPECT_FALSE(slot.first);
+    EXPECT_FALSE(slot.second.m_done);
+  }
+  EXPECT_TRUE(curl.m_completed.empty());
+  EXPECT_TRUE(curl.m_requests.empty());
+  curl.UnlockMutItem();
+  printf(
+      "soak done: begun %ld ok %ld verified %ld retry %ld cancelled %ld failed %ld resets %ld "
+      "pauses %ld freed-by-reset %ld\n",
+      stats.begun, stats.ok, stats.verified, stats.retry, stats.cancelled, stats.failed,
+      stats.resets, stats.pauses, stats.silentlyFreed);
+  curl.Quit();
+  system_info_stub_set_mode(SYSTEM_INFO_STUB_LOOKUP);
+}
