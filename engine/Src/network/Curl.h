@@ -159,6 +159,13 @@ class Curl : public ICurl {
   std::deque<UnitObject*> m_requests;
 
  private:
+  // Takes the front of m_requests, testing and popping under separate holds of m_requestLock;
+  // false when the queue is empty.
+  bool PopRequest(UnitObject*& unit);
+  // The unlocked wait of the two EndDownload forms: until the worker is done with the unit, or
+  // it has a result, a cancel or an engine reset. Returns the unit's code at the end.
+  int WaitForEnd(UnitObject* unit);
+
   // The unit that Resume_unlock is resuming on this thread, while libcurl's resume call runs.
   static thread_local UnitObject* s_resumingUnit;
 };

@@ -185,15 +185,8 @@ void Curl::Reset() {
   }
 
   m_mutItem.Lock();
-  for (;;) {
-    m_requestLock.Lock();
-    bool empty = m_requests.empty();
-    m_requestLock.Unlock();
-    if (empty) break;
-    m_requestLock.Lock();
-    UnitObject* unit = m_requests.front();
-    m_requests.pop_front();
-    m_requestLock.Unlock();
+  UnitObject* unit = nullptr;
+  while (PopRequest(unit)) {
     // A unit with another state is dropped from the queue and keeps its slot.
     if (unit != nullptr && unit->m_data.state == 0) EndDownload(unit);
   }

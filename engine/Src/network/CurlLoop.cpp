@@ -36,28 +36,20 @@ bool Curl::RunOnce() { return Process(); }
 bool Curl::Process() {
   m_mutItem.Lock();
 
-  for (;;) {
-    m_requestLock.Lock();
-    bool empty = m_requests.empty();
-    m_requestLock.Unlock();
-    if (empty) break;
-    m_requestLock.Lock();
-    UnitObject* unit = m_requests.front();
-    m_requests.pop_front();
-    m_requestLock.Unlock();
-
-    if (unit == nullptr) {
+  UnitObject* queued = nullptr;
+  while (PopRequest(queued)) {
+    if (queued == nullptr) {
       VAS_LOG_ERROR("Strange null unit is requested, ignoring..");
-    } else if (unit->m_cancel) {
-      VAS_LOG_ERROR("Cancel request unit(%p)", unit);
-      EndDownload_unlock(unit);
-    } else if (m_multi->AddHandle(*unit->m_easy)) {
-      VAS_LOG_ERROR("Add handle for unit(%p)", unit);
+    } else if (queued->m_cancel) {
+      VAS_LOG_ERROR("Cancel request unit(%p)", queued);
+      EndDownload_unlock(queued);
+    } else if (m_multi->AddHandle(*queued->m_easy)) {
+      VAS_LOG_ERROR("Add handle for unit(%p)", queued);
     } else {
       // m_done stays false here.
-      unit->code = -3;
-      m_completed.push_back(unit);
-      VAS_LOG_ERROR("Add handle failure for unit(%p)", unit);
+      queued->code = -3;
+      m_completed.push_back(queued);
+      VAS_LOG_ERROR("Add handle failure for unit(%p)", queued);
     }
   }
 
@@ -157,6 +149,27 @@ UnitObject* Curl::GetCompleted(int& code, long& date) {
   return unit;
 }
 
+bool Curl::PopRequest(UnitObject*& unit) {
+  m_requestLock.Lock();
+  bool empty = m_requests.empty();
+  m_requestLock.Unlock();
+  if (empty) return false;
+  m_requestLock.Lock();
+  unit = m_requests.front();
+  m_requests.pop_front();
+  m_requestLock.Unlock();
+  return true;
+}
+
+int Curl::WaitForEnd(UnitObject* unit) {
+  // Polled without a lock, and without a time limit: a running transfer holds the caller here.
+  while (!unit->m_done) {
+    if (unit->code != 0 || unit->m_cancel || m_resetting) break;
+    vas_sleep_ms(3);
+  }
+  return unit->code;
+}
+
 int Curl::EndDownload(UnitObject*& unit) {
   VAS_LOG_DEBUG("starts. unit p[%p]", unit);
   if (unit == nullptr) {
@@ -172,14 +185,7 @@ int Curl::EndDownload(UnitObject*& unit) {
   unit->m_endTime = static_cast<long long>(vas_getTime());
   unit->m_endCalled = true;
 
-  // Polled without a lock, and without a time limit: a running transfer holds the caller here.
-  int code = unit->code;
-  while (!unit->m_done) {
-    code = unit->code;
-    if (code != 0 || unit->m_cancel || m_resetting) break;
-    vas_sleep_ms(3);
-  }
-  code = unit->code;
+  int code = WaitForEnd(unit);
 
   m_mutItem.Lock();
   m_units[unit->m_index].first = false;
@@ -204,13 +210,7 @@ int Curl::EndDownload_unlock(UnitObject*& unit) {
   unit->m_endCalled = true;
 
   // The caller holds m_mutItem, so this wait keeps it held.
-  int code = unit->code;
-  while (!unit->m_done) {
-    code = unit->code;
-    if (code != 0 || unit->m_cancel || m_resetting) break;
-    vas_sleep_ms(3);
-  }
-  code = unit->code;
+  int code = WaitForEnd(unit);
 
   m_units[unit->m_index].first = false;
   unit->m_done = false;
