@@ -320,6 +320,8 @@ TEST(Gurl, EmptyGURLIsOneSharedDefaultValue) {
 }
 
 TEST(Gurl, SingletonsAreSafeOnFirstUseFromManyThreads) {
+  // The scheme list has no lock of its own: it is built before threads start, as its users must.
+  url_util::Initialize();
   std::vector<const GURL*> seen(8, nullptr);
   std::vector<const std::string*> specs(8, nullptr);
   std::vector<std::thread> threads;
