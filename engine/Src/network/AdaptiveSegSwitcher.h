@@ -62,6 +62,28 @@ class AdaptiveSegSwitcher : public IBitrateSwitcher {
   // Seconds since m_upTimerStart, truncated toward zero.
   long long UpTimerElapsed() const;
 
+  // Which rule decided a move; CheckStreamUp and CheckStreamDn write the line that goes with it.
+  enum class SwitchRule {
+    kLevelBlocked,
+    kBufferTooLow,
+    kNoParam,
+    kSameGroup,
+    kNoUpgrade,
+    kFreeUpgrade,
+    kSkipUpTimerForSameGroup,
+    kUpTimerStarted,
+    kUpTimerRunning,
+    kUpTimerPassed,
+    kDifferentGroup,
+  };
+  // The rules of a move up and of a move down, with their effects on the up timer, but without
+  // a log line. `currentParam` and `targetParam` receive the groups where both have one.
+  SwitchRule ApplyUpRules(int current, int& target, unsigned int bufferDuration,
+                          bitrateParam_t& currentParam, bitrateParam_t& targetParam);
+  SwitchRule ApplyDownRules(int current, int target, unsigned int bufferDuration,
+                            bitrateParam_t& currentParam, bitrateParam_t& targetParam,
+                            bool& upTimerIncreased);
+
   IBandwidthChecker* m_bandwidthChecker;
   RecursiveMutex m_lock;
   long long m_initTime;

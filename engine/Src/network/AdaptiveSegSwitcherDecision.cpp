@@ -97,110 +97,161 @@ bool AdaptiveSegSwitcher::CheckStreamChange(int current, int& target, unsigned i
   return result;
 }
 
+AdaptiveSegSwitcher::SwitchRule AdaptiveSegSwitcher::ApplyUpRules(int current, int& target,
+                                                                  unsigned int bufferDuration,
+                                                                  bitrateParam_t& currentParam,
+                                                                  bitrateParam_t& targetParam) {
+  if (!m_skipLevelCheck && m_level > 2) return SwitchRule::kLevelBlocked;
+
+  // Small steps, and any step from 512 kbit/s or less, need no buffer.
+  const int currentBandwidth = m_variants[current].bandwidth;
+  const long long step = static_cast<long long>(m_variants[target].bandwidth) - currentBandwidth;
+  if (step > 512000 && currentBandwidth > 512000 && no_up_buf_duration > bufferDuration) {
+    return SwitchRule::kBufferTooLow;
+  }
+
+  if (!IndexInTable(current, m_variants.size()) || !IndexInTable(target, m_variants.size()) ||
+      !GetBitrateParam(m_variants[current].bandwidth, currentParam) ||
+      !GetBitrateParam(m_variants[target].bandwidth, targetParam)) {
+    m_upTimerRunning = false;
+    return SwitchRule::kNoParam;
+  }
+  if (currentParam.group == targetParam.group) {
+    m_upTimerRunning = false;
+    return SwitchRule::kSameGroup;
+  }
+  if (currentParam.upgradeGroup != targetParam.upgradeGroup) {
+    m_upTimerRunning = false;
+    return SwitchRule::kNoUpgrade;
+  }
+  // The first two group upgrades after Init cost no waiting.
+  if (m_upgradeCount <= 1 || m_upTimer == 0) {
+    ++m_upgradeCount;
+    m_upTimerRunning = false;
+    return SwitchRule::kFreeUpgrade;
+  }
+  // The step up inside the present group is taken now; the group change waits.
+  for (int i = target - 1; i > current; --i) {
+    bitrateParam_t param;
+    if (GetBitrateParam(m_variants[i].bandwidth, param) && param.group == currentParam.group) {
+      target = i;
+      m_upTimerRunning = false;
+      return SwitchRule::kSkipUpTimerForSameGroup;
+    }
+  }
+  if (!m_upTimerRunning) {
+    m_upTimerRunning = true;
+    m_upTimerStart = static_cast<long long>(vas_getTime());
+    return SwitchRule::kUpTimerStarted;
+  }
+  if (UpTimerElapsed() < m_upTimer) return SwitchRule::kUpTimerRunning;
+  m_upTimerPassed = true;
+  m_upTimerRunning = false;
+  m_upTimerStart = static_cast<long long>(vas_getTime());
+  return SwitchRule::kUpTimerPassed;
+}
+
 bool AdaptiveSegSwitcher::CheckStreamUp(int current, int& target, unsigned int bufferDuration) {
   no_up_buf_duration = (m_firstFragment || m_llsegbw) ? 0 : 5000;
   VAS_LOG_ERROR("CheckStreamUp no_up_buf_duration = %d", static_cast<int>(no_up_buf_duration));
 
-  const bool ret = [&]() -> bool {
-    if (!m_skipLevelCheck && m_level > 2) return false;
-
-    // Small steps, and any step from 512 kbit/s or less, need no buffer.
-    const int currentBandwidth = m_variants[current].bandwidth;
-    const long long step = static_cast<long long>(m_variants[target].bandwidth) - currentBandwidth;
-    if (step > 512000 && currentBandwidth > 512000 && no_up_buf_duration > bufferDuration) {
-      return false;
-    }
-
-    bitrateParam_t currentParam;
-    bitrateParam_t targetParam;
-    if (!IndexInTable(current, m_variants.size()) || !IndexInTable(target, m_variants.size()) ||
-        !GetBitrateParam(m_variants[current].bandwidth, currentParam) ||
-        !GetBitrateParam(m_variants[target].bandwidth, targetParam)) {
-      m_upTimerRunning = false;
+  bitrateParam_t currentParam;
+  bitrateParam_t targetParam;
+  const SwitchRule rule = ApplyUpRules(current, target, bufferDuration, currentParam, targetParam);
+  bool ret = false;
+  switch (rule) {
+    case SwitchRule::kNoParam:
       VAS_LOG_DEBUG("CheckStreamChange(%d, %d), ok, no param", current, target);
-      return true;
-    }
-    if (currentParam.group == targetParam.group) {
-      m_upTimerRunning = false;
+      ret = true;
+      break;
+    case SwitchRule::kSameGroup:
       VAS_LOG_DEBUG("CheckStreamChange(%d, %d), ok, same group", current, target);
-      return true;
-    }
-    if (currentParam.upgradeGroup != targetParam.upgradeGroup) {
-      m_upTimerRunning = false;
+      ret = true;
+      break;
+    case SwitchRule::kNoUpgrade:
       VAS_LOG_DEBUG("CheckStreamChange(%d, %d), fail, no upgrade", current, target);
-      return false;
-    }
-    // The first two group upgrades after Init cost no waiting.
-    if (m_upgradeCount <= 1 || m_upTimer == 0) {
-      ++m_upgradeCount;
-      m_upTimerRunning = false;
+      break;
+    case SwitchRule::kFreeUpgrade:
       VAS_LOG_DEBUG("CheckStreamChange(%d, %d), ok, m_upTimer == 0 && !no_upgrade", current,
                     target);
-      return true;
-    }
-    // The step up inside the present group is taken now; the group change waits.
-    for (int i = target - 1; i > current; --i) {
-      bitrateParam_t param;
-      if (GetBitrateParam(m_variants[i].bandwidth, param) && param.group == currentParam.group) {
-        target = i;
-        m_upTimerRunning = false;
-        VAS_LOG_DEBUG("CheckStreamChange(%d, %d), ok, skip up timer check for same group", current,
-                      target);
-        return true;
-      }
-    }
-    if (!m_upTimerRunning) {
-      m_upTimerRunning = true;
-      m_upTimerStart = static_cast<long long>(vas_getTime());
+      ret = true;
+      break;
+    case SwitchRule::kSkipUpTimerForSameGroup:
+      VAS_LOG_DEBUG("CheckStreamChange(%d, %d), ok, skip up timer check for same group", current,
+                    target);
+      ret = true;
+      break;
+    case SwitchRule::kUpTimerStarted:
       VAS_LOG_DEBUG("start up timer check");
-      return false;
-    }
-    if (UpTimerElapsed() < m_upTimer) return false;
-    m_upTimerPassed = true;
-    m_upTimerRunning = false;
-    m_upTimerStart = static_cast<long long>(vas_getTime());
-    VAS_LOG_DEBUG("CheckStreamChange(%d, %d), ok, success up timer check", current, target);
-    VAS_LOG_DEBUG("Bitrate Group Changed %d -> %d", currentParam.group, targetParam.group);
-    return true;
-  }();
+      break;
+    case SwitchRule::kUpTimerPassed:
+      VAS_LOG_DEBUG("CheckStreamChange(%d, %d), ok, success up timer check", current, target);
+      VAS_LOG_DEBUG("Bitrate Group Changed %d -> %d", currentParam.group, targetParam.group);
+      ret = true;
+      break;
+    case SwitchRule::kLevelBlocked:
+    case SwitchRule::kBufferTooLow:
+    case SwitchRule::kUpTimerRunning:
+    case SwitchRule::kDifferentGroup:
+      break;
+  }
 
   VAS_LOG_ERROR("[HLS_BW] CheckStreamUp ret (%d) \n", ret ? 1 : 0);
   return ret;
 }
 
-bool AdaptiveSegSwitcher::CheckStreamDn(int current, int& target, unsigned int bufferDuration) {
-  const bool ret = [&]() -> bool {
-    // While enough is buffered the stream stays where it is.
-    if (bufferDuration >= 8000) return false;
+AdaptiveSegSwitcher::SwitchRule AdaptiveSegSwitcher::ApplyDownRules(
+    int current, int target, unsigned int bufferDuration, bitrateParam_t& currentParam,
+    bitrateParam_t& targetParam, bool& upTimerIncreased) {
+  // While enough is buffered the stream stays where it is.
+  if (bufferDuration >= 8000) return SwitchRule::kBufferTooLow;
 
-    bitrateParam_t currentParam;
-    bitrateParam_t targetParam;
-    if (!IndexInTable(current, m_variants.size()) || !IndexInTable(target, m_variants.size()) ||
-        !GetBitrateParam(m_variants[current].bandwidth, currentParam) ||
-        !GetBitrateParam(m_variants[target].bandwidth, targetParam)) {
-      m_upTimerRunning = false;
-      VAS_LOG_DEBUG("CheckStreamChange(%d, %d), ok, no param", current, target);
-      return true;
-    }
-    if (currentParam.group == targetParam.group) {
-      m_upTimerRunning = false;
-      VAS_LOG_DEBUG("CheckStreamChange(%d, %d), ok, same group", current, target);
-      return true;
-    }
-    // Back-off: an upgrade earned through the timer that falls back to another group within
-    // five timer lengths makes the next wait one base length longer. m_upTimer only grows.
-    if (m_upTimerPassed) {
-      if (UpTimerElapsed() < 5LL * m_upTimer) {
-        m_upTimer += m_baseUpTimer;
-        VAS_LOG_DEBUG("Bitrate upgrade timer increased: %d", m_upTimer);
-      }
-      m_upTimerPassed = false;
-    }
+  if (!IndexInTable(current, m_variants.size()) || !IndexInTable(target, m_variants.size()) ||
+      !GetBitrateParam(m_variants[current].bandwidth, currentParam) ||
+      !GetBitrateParam(m_variants[target].bandwidth, targetParam)) {
     m_upTimerRunning = false;
-    VAS_LOG_DEBUG("CheckStreamChange(%d, %d), ok, diffrent group", current, target);
-    VAS_LOG_DEBUG("Bitrate Group Changed %d -> %d", currentParam.group, targetParam.group);
-    return true;
-  }();
+    return SwitchRule::kNoParam;
+  }
+  if (currentParam.group == targetParam.group) {
+    m_upTimerRunning = false;
+    return SwitchRule::kSameGroup;
+  }
+  // Back-off: an upgrade earned through the timer that falls back to another group within
+  // five timer lengths makes the next wait one base length longer. m_upTimer only grows.
+  if (m_upTimerPassed) {
+    if (UpTimerElapsed() < 5LL * m_upTimer) {
+      m_upTimer += m_baseUpTimer;
+      upTimerIncreased = true;
+    }
+    m_upTimerPassed = false;
+  }
+  m_upTimerRunning = false;
+  return SwitchRule::kDifferentGroup;
+}
+
+bool AdaptiveSegSwitcher::CheckStreamDn(int current, int& target, unsigned int bufferDuration) {
+  bitrateParam_t currentParam;
+  bitrateParam_t targetParam;
+  bool upTimerIncreased = false;
+  const SwitchRule rule = ApplyDownRules(current, target, bufferDuration, currentParam,
+                                         targetParam, upTimerIncreased);
+  bool ret = true;
+  switch (rule) {
+    case SwitchRule::kBufferTooLow:
+      ret = false;
+      break;
+    case SwitchRule::kNoParam:
+      VAS_LOG_DEBUG("CheckStreamChange(%d, %d), ok, no param", current, target);
+      break;
+    case SwitchRule::kSameGroup:
+      VAS_LOG_DEBUG("CheckStreamChange(%d, %d), ok, same group", current, target);
+      break;
+    default:
+      if (upTimerIncreased) VAS_LOG_DEBUG("Bitrate upgrade timer increased: %d", m_upTimer);
+      VAS_LOG_DEBUG("CheckStreamChange(%d, %d), ok, diffrent group", current, target);
+      VAS_LOG_DEBUG("Bitrate Group Changed %d -> %d", currentParam.group, targetParam.group);
+      break;
+  }
 
   VAS_LOG_ERROR("[HLS_BW] CheckStreamDn ret (%d) \n", ret ? 1 : 0);
   return ret;
