@@ -118,7 +118,7 @@ bool Curl::Cancel_unlock(UnitObject* unit) {
   bool result = false;
   if (!unit->m_cancel) {
     unit->m_cancel = true;
-    if (unit->m_done) unit->code = -12;
+    if (unit->m_done) unit->code = err_interrupted;
     result = true;
   }
   VAS_LOG_DEBUG("<<");

@@ -47,7 +47,7 @@ bool Curl::Process() {
       VAS_LOG_ERROR("Add handle for unit(%p)", queued);
     } else {
       // m_done stays false here.
-      queued->code = -3;
+      queued->code = err_add_handle;
       m_completed.push_back(queued);
       VAS_LOG_ERROR("Add handle failure for unit(%p)", queued);
     }

@@ -2,49 +2,54 @@
 #include "Clock.h"
 #include "Curl.h"
 #include "DLog.h"
+#include "UnitCode.h"
 
 namespace strmcommon {
 
 namespace {
 
+// The line that ResultIf writes before it takes the first mapping of a libcurl result.
+enum class MappingNote { kNone, kSslError, kHttpError, kTimeout, kRecvError };
+
+struct Mapping {
+  int code;
+  MappingNote note;
+};
+
 // The first mapping of a libcurl result; anything unlisted takes the computed value.
-int MapResult(CURLcode result, long status, bool isCurlDebug) {
+Mapping MapResult(CURLcode result, long status, bool isCurlDebug) {
   switch (result) {
     case CURLE_OK:
-      return isCurlDebug ? -23 : 0;
+      return {isCurlDebug ? err_http : err_none, MappingNote::kNone};
     case CURLE_COULDNT_RESOLVE_PROXY:
-      return -16;
+      return {err_resolve_proxy, MappingNote::kNone};
     case CURLE_COULDNT_RESOLVE_HOST:
-      return -17;
+      return {err_resolve_host, MappingNote::kNone};
     case CURLE_COULDNT_CONNECT:
-      return -18;
+      return {err_connect, MappingNote::kNone};
     case CURLE_REMOTE_ACCESS_DENIED:
     case CURLE_SSL_CONNECT_ERROR:
     case CURLE_SSL_ENGINE_NOTFOUND:
     case CURLE_SSL_ENGINE_SETFAILED:
     case CURLE_PEER_FAILED_VERIFICATION:
-      VAS_LOG_ERROR("[ERROR] SSL error: %d", result);
-      return -25;
+      return {err_ssl, MappingNote::kSslError};
     case CURLE_PARTIAL_FILE:
-      return -26;
+      return {err_incomplete, MappingNote::kNone};
     case CURLE_HTTP_RETURNED_ERROR:
     case CURLE_HTTP_POST_ERROR:
     case CURLE_TOO_MANY_REDIRECTS:
     case CURLE_GOT_NOTHING:
-      VAS_LOG_ERROR("[ERROR] http error: %d", result);
-      return -23;
+      return {err_http, MappingNote::kHttpError};
     case CURLE_OPERATION_TIMEDOUT:
-      VAS_LOG_ERROR("[Warning] CURLE_OPERATION_TIMEDOUT occured!");
-      return -53;
+      return {err_timeout, MappingNote::kTimeout};
     case CURLE_ABORTED_BY_CALLBACK:
-      return -12;
+      return {err_interrupted, MappingNote::kNone};
     case CURLE_SEND_ERROR:
-      return -19;
+      return {err_send, MappingNote::kNone};
     case CURLE_RECV_ERROR:
-      VAS_LOG_ERROR("[Warning]CURLE_RECV_ERROR error occured!");
-      return -26;
+      return {err_incomplete, MappingNote::kRecvError};
     default:
-      return static_cast<int>(-(100 + 1000 * status + result));
+      return {static_cast<int>(-(100 + 1000 * status + result)), MappingNote::kNone};
   }
 }
 
@@ -53,14 +58,31 @@ int MapResult(CURLcode result, long status, bool isCurlDebug) {
 int Curl::ResultIf(UnitObject* unit, CURLcode result, long status, int curlId) {
   if (unit == nullptr) {
     VAS_LOG_ERROR(">> strmcommon::Unit == NULL ERROR");
-    return -1;
+    return err_failed;
   }
   const urlInfo_t& entry = m_urlInfo[unit->m_urlIndex];
-  int code = MapResult(result, status, unit->m_isCurlDebug);
+  const Mapping mapping = MapResult(result, status, unit->m_isCurlDebug);
+  switch (mapping.note) {
+    case MappingNote::kSslError:
+      VAS_LOG_ERROR("[ERROR] SSL error: %d", result);
+      break;
+    case MappingNote::kHttpError:
+      VAS_LOG_ERROR("[ERROR] http error: %d", result);
+      break;
+    case MappingNote::kTimeout:
+      VAS_LOG_ERROR("[Warning] CURLE_OPERATION_TIMEDOUT occured!");
+      break;
+    case MappingNote::kRecvError:
+      VAS_LOG_ERROR("[Warning]CURLE_RECV_ERROR error occured!");
+      break;
+    case MappingNote::kNone:
+      break;
+  }
+  const int code = mapping.code;
   unit->code = code;
 
   if (code < 0) {
-    if (code != -12) {
+    if (code != err_interrupted) {
       VAS_LOG_ERROR(
           "Curl Download Error!!: pause(%d), interrupt(%d), vas(%d), Curl(%d), http(%ld), "
           "now(%zu), total(%zu), %s, curlID(%d)",
@@ -69,13 +91,13 @@ int Curl::ResultIf(UnitObject* unit, CURLcode result, long status, int curlId) {
     }
     if (unit->m_cancel) {
       // Cancelling beats every retry rule.
-      unit->code = -12;
+      unit->code = err_interrupted;
     } else {
       bool decided = false;
-      if (unit->code == -53) {
+      if (unit->code == err_timeout) {
         VAS_LOG_DEBUG(" HTTP TIME OUT ERROR-1 !");
         if (unit->m_pos == 0 && unit->m_retry < static_cast<size_t>(m_retryCount)) {
-          unit->code = 10;
+          unit->code = err_retry;
           unit->m_retry++;
           vas_sleep_ms(500);
         }
@@ -86,9 +108,9 @@ int Curl::ResultIf(UnitObject* unit, CURLcode result, long status, int curlId) {
             static_cast<unsigned int>(unit->m_pos), static_cast<unsigned int>(unit->m_size),
             entry.url.c_str());
         decided = true;
-      } else if (unit->code == -26 && unit->m_retry <= 19 &&
+      } else if (unit->code == err_incomplete && unit->m_retry <= 19 &&
                  (unit->m_size == 0 || unit->m_size > unit->m_pos)) {
-        unit->code = 10;
+        unit->code = err_retry;
         unit->m_retry++;
         if (unit->m_pos > unit->m_skipBytes) unit->m_skipBytes = unit->m_pos;
         VAS_LOG_ERROR(
@@ -100,7 +122,7 @@ int Curl::ResultIf(UnitObject* unit, CURLcode result, long status, int curlId) {
       } else if (unit->m_pos != 0 && unit->m_size != 0 && unit->m_pos >= unit->m_size &&
                  !unit->m_isCurlDebug) {
         // The whole content has arrived; the error does not matter.
-        unit->code = 0;
+        unit->code = err_none;
         unit->m_httpStatus = 0;
         decided = true;
       }
@@ -111,26 +133,26 @@ int Curl::ResultIf(UnitObject* unit, CURLcode result, long status, int curlId) {
           unit->m_httpStatus = static_cast<int>(status);
           VAS_LOG_ERROR(" HTTP 400 404 504 403 500 Error case %d", static_cast<int>(status));
           if (unit->m_retry <= 19) {
-            unit->code = 10;
+            unit->code = err_retry;
             unit->m_retry++;
             VAS_LOG_DEBUG(" HTTP 4XX 5XX ERROR ( retry : %zu )", unit->m_retry);
             vas_sleep_ms(500);
           } else {
             VAS_LOG_DEBUG(" HTTP  4XX 5XX ERROR - retry count ( retry : %zu )", unit->m_retry);
-            unit->code = -54;
+            unit->code = err_http_retry_over;
           }
-        } else if (unit->code == -25 || unit->code == -17) {
+        } else if (unit->code == err_ssl || unit->code == err_resolve_host) {
           VAS_LOG_DEBUG(
               " [ERROR] Host not resolved: unit code = %d, curl code = %d http status = %d",
               unit->code, result, static_cast<int>(status));
         } else {
           VAS_LOG_DEBUG("--- else, err_recv_error");
-          unit->code = -20;
+          unit->code = err_recv_error;
         }
       }
 
       // Only a m_retryCount above 20 reaches this.
-      if (unit->m_retry > 20) unit->code = -20;
+      if (unit->m_retry > 20) unit->code = err_recv_error;
       VAS_LOG_DEBUG("--- unit->code  :%d", unit->code);
     }
   }

@@ -20,7 +20,7 @@ const char kDefaultAgent[] = "corvane-agent/1.1";
 
 // CURLOPT_BUFFERSIZE: a tenth of a second of a fast stream, 32768 otherwise and when unknown.
 long BufferSizeFor(int bitrate) {
-  if (bitrate == 99999999 || bitrate < 2621440) return 32768;
+  if (bitrate == kBitrateUnknown || bitrate < 2621440) return 32768;
   return bitrate / 80;
 }
 
@@ -64,14 +64,14 @@ int Curl::BeginDownload(unsigned int key, const std::string& url, bool condition
     // A request from before a Reset: a silent success that leaves unit as it was.
     result = 0;
   } else if (url.empty()) {
-    result = -13;
+    result = err_invalidarg;
   } else if (m_quit) {
-    result = -1;
+    result = err_failed;
   } else {
     // A range is written straight in front of the scheme: "0-1023http://...".
     size_t p = url.find("http");
     if (p == std::string::npos) {
-      result = -1;
+      result = err_failed;
     } else if (p == 0) {
       result = BeginDownloadImpl(url, std::string(), conditional, unit, noMeasure, data, false,
                                  std::string());
@@ -94,9 +94,9 @@ int Curl::BeginDownload2(unsigned int key, const std::string& url, const std::st
   }
   int result;
   if (url.empty()) {
-    result = -13;
+    result = err_invalidarg;
   } else if (m_quit) {
-    result = -1;
+    result = err_failed;
   } else {
     result =
         BeginDownloadImpl(url, range, conditional, unit, noMeasure, data, isCurlDebug, debugTag);
@@ -122,8 +122,8 @@ int Curl::BeginDownload3(int urlIndex, UnitObject*& unit, bool noMeasure, UserDa
                   query.c_str(), entry.url.c_str());
   }
   VAS_LOG_DEBUG(">> ( %s ) ", entry.url.c_str());
-  if (entry.url.empty()) return -13;
-  if (m_quit) return -1;
+  if (entry.url.empty()) return err_invalidarg;
+  if (m_quit) return err_failed;
   int result = BeginDownloadImpl(entry.url, entry.range, entry.conditional, unit, noMeasure, data,
                                  false, std::string());
   VAS_LOG_DEBUG("<< ");
@@ -346,12 +346,12 @@ int Curl::DummyDownload(unsigned int key, const std::string& url, bool unused, U
   }
   if (url.empty()) {
     VAS_LOG_ERROR("Curl err_invalidarg");
-    return -13;
+    return err_invalidarg;
   }
   int index = FreeUnitFor(m_units, HostSlotFor(m_hosts, url));
   if (index < 0) {
     VAS_LOG_ERROR("Curl unit not alloted");
-    return -13;
+    return err_invalidarg;
   }
   m_units[index].first = true;
   UnitObject* chosen = &m_units[index].second;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "ICurlEasy.h"
+#include "UnitCode.h"
 
 namespace strmcommon {
 
@@ -17,7 +18,7 @@ struct UserData {
   int32_t type;
   int32_t streamIdx;
   int32_t segmentIdx;
-  // Sizes the receive buffer; 99999999 means unknown.
+  // Sizes the receive buffer; kBitrateUnknown means unknown.
   int32_t bitrate;
   // 0 for a normal transfer; any other value keeps the unit out of the engine-wide Reset().
   int32_t state;
@@ -40,7 +41,8 @@ class UnitObject {
   size_t m_size = 0;
   size_t m_skipBytes = 0;
   size_t m_retry = 0;
-  // 0 while running and on success, 10 to ask for a retry, negative on failure.
+  // err_none while running and on success, err_retry to ask for a retry, negative on failure
+  // (the err_ names of UnitCode.h).
   int code = 0;
   char m_errorBuf[256] = {};
   long long m_beginTime = 0;
