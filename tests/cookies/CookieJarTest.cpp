@@ -12,10 +12,12 @@
 #include "CHttpCookie.h"
 #include "CookieTestSupport.h"
 #include "LogCapture.h"
+#include "WholeLogLine.h"
 
 using strmcommon::CHttpCookie;
 using strmcommon::CHttpCookieTestPeer;
 using strmcommon::Cookie;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 using namespace cookietest;
 
@@ -59,6 +61,7 @@ TEST_F(CookieJar, InitBuildsBothPathsUnderTheRootAndTheClientName) {
   EXPECT_EQ(CHttpCookieTestPeer::SessionFile(jar),
             rootDir + "/" + app + "/data/cookie/session_cookie.txt");
   auto p = capture.WithMessage("cookie File Path = " + persistent);
+  EXPECT_TRUE(HasWholeLine(capture, "CookieJar.cpp", "init", "cookie File Path = " + persistent));
   auto s = capture.WithMessage("cookie session File Path = " + session);
   ASSERT_EQ(p.size(), 1u);
   ASSERT_EQ(s.size(), 1u);

@@ -8,10 +8,12 @@
 #include "FakeClock.h"
 #include "FakeStreamInfo.h"
 #include "LogCapture.h"
+#include "WholeLogLine.h"
 
 using strmcommon::BandwidthChecker;
 using testsupport::FakeClock;
 using testsupport::FakeStreamInfo;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 
 namespace {
@@ -98,6 +100,8 @@ TEST_F(BandwidthCheckerTest, FirstChunkAfterConstructionIsDroppedWithItsBytes) {
   EXPECT_EQ(checker.RxFirstTime(), INT64_MAX);
   EXPECT_TRUE(streams.Calls().empty());
   auto lines = capture.WithMessage("Ignore first entry:");
+  EXPECT_TRUE(
+      HasWholeLine(capture, "BandwidthChecker.cpp", "AddRxTimeInfo", "Ignore first entry:"));
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0].priority, 6);
 
@@ -296,6 +300,8 @@ TEST_F(BandwidthCheckerTest, PushIsLoggedAtDebugPriority) {
   LogCapture capture;
   checker.OnPolling(kStartMs + 251);
   auto lines = capture.WithMessage("[HLS_BW] Bandwidth : Push 800000 bps");
+  EXPECT_TRUE(HasWholeLine(capture, "BandwidthChecker.cpp", "OnPolling",
+                           "[HLS_BW] Bandwidth : Push 800000 bps"));
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0].priority, 3);
 }

@@ -11,6 +11,7 @@
 #include "EngineDoubles.h"
 #include "FakeClock.h"
 #include "StreamRoutes.h"
+#include "WholeLogLine.h"
 
 using enginetest::Data;
 using enginetest::FakeBodyTest;
@@ -19,6 +20,7 @@ using strmcommon::Curl;
 using strmcommon::UnitObject;
 using testsupport::Checksum;
 using testsupport::FakeClock;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 using testsupport::WaitFor;
 
@@ -121,6 +123,8 @@ TEST_F(CurlBody, OnBodyDownloadOfNullLogsTheErrorAndReturnsMinusOne) {
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0].priority, 6);
   EXPECT_EQ(capture.Count("starts."), 1u);
+  EXPECT_TRUE(
+      HasWholeLine(capture, "CurlBody.cpp", "OnBodyDownload", ">> strmcommon::Unit == NULL ERROR"));
 }
 
 TEST_F(CurlBody, IdentifiersOtherThanMinusOneDropTheChunk) {

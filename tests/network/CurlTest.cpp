@@ -10,6 +10,7 @@
 #include "CurlEasy.h"
 #include "CurlMulti.h"
 #include "EngineFixture.h"
+#include "WholeLogLine.h"
 
 using enginetest::Data;
 using enginetest::FakeEngineTest;
@@ -18,6 +19,7 @@ using strmcommon::UserData;
 using testsupport::CurlProbe;
 using testsupport::FakeCurlFactory;
 using testsupport::FakeCurlState;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 using testsupport::WaitFor;
 
@@ -54,6 +56,7 @@ TEST_F(CurlConstruction, LogsItsStartAndTheSleepTimeAtDebugLevel) {
   LogCapture capture;
   auto curl = Make(750);
   auto start = capture.WithMessage("Constructor starts.\n");
+  EXPECT_TRUE(HasWholeLine(capture, "Curl.cpp", "Curl", "Constructor starts.\n"));
   ASSERT_EQ(start.size(), 1u);
   EXPECT_EQ(start[0].priority, 3);
   EXPECT_EQ(start[0].logId, 2);

@@ -2,8 +2,10 @@
 
 #include "LogCapture.h"
 #include "LowLatency.h"
+#include "WholeLogLine.h"
 
 using strmcommon::LowLatency;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 
 TEST(LowLatency, FreshObjectIsNotLowLatencyCannotBlockAndSkipsNothing) {
@@ -65,6 +67,8 @@ TEST(LowLatency, PartTagMarksLowLatencyWhateverItsValue) {
   EXPECT_EQ(ll.m_targetDuration, 4000u);
   EXPECT_EQ(capture.Count("m_parttag =[1] m_targetDuration =[0]"), 1u);
   auto lines = capture.WithMessage("m_parttag =[1] m_targetDuration =[4000]");
+  EXPECT_TRUE(HasWholeLine(capture, "LowLatency.cpp", "SetPartTagInfo",
+                           "m_parttag =[1] m_targetDuration =[4000]"));
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0].priority, 3);
 }
