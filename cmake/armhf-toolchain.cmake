@@ -8,6 +8,9 @@ set(CMAKE_SYSTEM_PROCESSOR arm)
 set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
 set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
+# Notes that the passing of some arguments changed in GCC 7.1 concern mixing with objects built
+# before it; everything here is built by one compiler.
+set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
 
 if(NOT CMAKE_SYSROOT OR NOT IS_DIRECTORY "${CMAKE_SYSROOT}/usr/include")
   message(FATAL_ERROR "armhf: CMAKE_SYSROOT '${CMAKE_SYSROOT}' is not a sysroot; "
