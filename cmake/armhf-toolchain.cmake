@@ -25,8 +25,10 @@ set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
 # pkg-config looks into the sysroot and nowhere else, and prefixes what it reports with it.
-set(ENV{PKG_CONFIG_LIBDIR}
-    "${CMAKE_SYSROOT}/usr/lib/arm-linux-gnueabihf/pkgconfig:${CMAKE_SYSROOT}/usr/lib/pkgconfig:${CMAKE_SYSROOT}/usr/share/pkgconfig")
+set(pkg_config_libdir "${CMAKE_SYSROOT}/usr/lib/arm-linux-gnueabihf/pkgconfig")
+string(APPEND pkg_config_libdir ":${CMAKE_SYSROOT}/usr/lib/pkgconfig")
+string(APPEND pkg_config_libdir ":${CMAKE_SYSROOT}/usr/share/pkgconfig")
+set(ENV{PKG_CONFIG_LIBDIR} "${pkg_config_libdir}")
 set(ENV{PKG_CONFIG_SYSROOT_DIR} "${CMAKE_SYSROOT}")
 unset(ENV{PKG_CONFIG_PATH})
 
