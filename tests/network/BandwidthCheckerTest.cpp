@@ -474,6 +474,39 @@ TEST_F(BandwidthCheckerTest, MediaSecondsAreTruncatedIntoTheSample) {
   EXPECT_EQ(checker.LatestTimeDuration(), 0.0f);
 }
 
+TEST_F(BandwidthCheckerTest, InfiniteMediaSecondsGiveTheIndefiniteIntegerAsTheSampleDuration) {
+  checker.Start();
+  ConsumeFirstEntry();
+  streams.SetBitrate(kStream, 0);
+  checker.AddRxTimeInfo(100, 200, 125000, kStream, 0, 0);
+  checker.OnPolling(kStartMs + 251);
+  ASSERT_EQ(checker.BwCounter(), 1u);
+  EXPECT_EQ(checker.Sample(0).duration, INT32_MIN);
+  EXPECT_EQ(checker.GetCurrentBandwidth(), 0);
+}
+
+TEST_F(BandwidthCheckerTest, MediaSecondsOfTheWalkAddUpInThirtyTwoBits) {
+  checker.Start();
+  ConsumeFirstEntry();
+  checker.SetSample(0, 1000000, INT32_MAX);
+  checker.SetRing(1, 1);
+  PushSample(2000000, 1);
+  // 1 + 2147483647 wraps to a negative sum: the walk runs out without an estimate.
+  ASSERT_EQ(checker.BwCounter(), 2u);
+  EXPECT_EQ(checker.GetCurrentBandwidth(), 0);
+}
+
+TEST_F(BandwidthCheckerTest, BandwidthBeyondTheIntRangeIsCutToThirtyTwoBitsInTheSample) {
+  checker.Start();
+  ConsumeFirstEntry();
+  LogCapture capture;
+  Chunk(100, 112, 6000000, 0);  // 4000000000 bits per second
+  checker.OnPolling(kStartMs + 251);
+  ASSERT_EQ(checker.BwCounter(), 1u);
+  EXPECT_EQ(checker.Sample(0).bandwidth, -294967296);  // 4000000000 - 2^32
+  EXPECT_EQ(capture.Count("[HLS_BW] Bandwidth : Push -294967296 bps"), 1u);
+}
+
 TEST_F(BandwidthCheckerTest, MediaSecondsOfABlockWithoutASampleCarryOver) {
   checker.Start();
   ConsumeFirstEntry();

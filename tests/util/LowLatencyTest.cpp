@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <climits>
+#include <cmath>
+
 #include "LogCapture.h"
 #include "LowLatency.h"
 #include "WholeLogLine.h"
@@ -45,6 +48,37 @@ TEST(LowLatency, ParamsTruncateTowardZero) {
   EXPECT_EQ(ll.m_skipuntil, 1);
   EXPECT_EQ(ll.m_holdback, -1);
   EXPECT_EQ(ll.m_partholdback, 3999);
+}
+
+TEST(LowLatency, ParamsTruncateTheExactProductAsExtendedPrecisionHoldsIt) {
+  // 0.3 is stored as 0.29999999999999998889..., so the product lies just below 300: a product
+  // rounded to double would give 300 instead. Beyond the int range the result is -2147483648.
+  struct Row {
+    double seconds;
+    int milliseconds;
+  };
+  const Row rows[] = {
+      {0.3, 299},                 //
+      {-0.3, -299},               //
+      {0.7, 699},                 //
+      {4.35, 4349},               //
+      {1.1, 1100},                // just above: unaffected
+      {2147483.647, 2147483646},  // near the top of the range
+      {-2147483.648, INT_MIN},    // the bottom of the range itself
+      {2147483.648, INT_MIN},     // beyond it: the indefinite integer
+      {-2147483.649, INT_MIN},    //
+      {1e300, INT_MIN},           //
+      {std::nan(""), INT_MIN},    //
+      {HUGE_VAL, INT_MIN},        //
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.seconds);
+    LowLatency ll;
+    ll.Setparams(false, row.seconds, row.seconds, row.seconds);
+    EXPECT_EQ(ll.m_skipuntil, row.milliseconds);
+    EXPECT_EQ(ll.m_holdback, row.milliseconds);
+    EXPECT_EQ(ll.m_partholdback, row.milliseconds);
+  }
 }
 
 TEST(LowLatency, ParamsAreLoggedAtDebugPriority) {
