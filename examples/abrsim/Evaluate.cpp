@@ -112,7 +112,14 @@ SessionResult RunLibrary(const Setup& setup, const Link& link, const LibrarySett
                          LibraryStats* stats) {
   LibraryRule rule(setup, settings);
   SessionResult result = Play(setup, link, rule);
-  if (stats != nullptr) *stats = rule.Stats();
+  if (stats != nullptr) {
+    *stats = rule.Stats();
+    for (const DecisionRecord& d : rule.Decisions()) {
+      const double stall = result.segments[d.index].stallSeconds;
+      if (d.reason == Reason::kDownRefused) stats->stallAfterDownRefused += stall;
+      if (d.firstFragment) stats->stallAfterFirstFragment += stall;
+    }
+  }
   return result;
 }
 

@@ -182,7 +182,8 @@ int LibraryRule::Choose(int index, double now, double bufferSeconds, int) {
                    result,
                    m_checker.GetCurrentBandwidth(),
                    Classify(m_current, result),
-                   Wrote("fail up timer check")};
+                   Wrote("fail up timer check"),
+                   Wrote("first fragment avg bandwidth")};
   for (const std::string& line : m_lines) {
     int value = 0;
     if (std::sscanf(line.c_str(), "Bitrate upgrade timer increased: %d", &value) == 1) {
@@ -190,7 +191,7 @@ int LibraryRule::Choose(int index, double now, double bufferSeconds, int) {
       m_upTimer = value;
     }
   }
-  if (Wrote("first fragment avg bandwidth")) ++m_firstFragmentDecisions;
+  if (d.firstFragment) ++m_firstFragmentDecisions;
   m_decisions.push_back(d);
   if (result >= 0) m_current = result;
   return m_current;
@@ -249,6 +250,7 @@ LibraryStats LibraryRule::Stats() const {
     ++s.reasons[static_cast<int>(d.reason)];
     if (d.timerGivenUp) ++s.timersGivenUp;
     if (d.result < 0 && d.wanted > d.current) ++s.wantedUpRefused;
+    if (d.reason == Reason::kDownRefused) ++s.downRefused;
   }
   return s;
 }

@@ -70,6 +70,7 @@ struct DecisionRecord {
   int estimate;
   Reason reason;
   bool timerGivenUp;
+  bool firstFragment;  // made on the first-fragment average, not on an estimate
 };
 
 struct LibraryStats {
@@ -79,6 +80,9 @@ struct LibraryStats {
   int upTimerRaises = 0;
   int timersGivenUp = 0;
   int wantedUpRefused = 0;  // decisions where the selection wanted a higher variant and got none
+  int downRefused = 0;      // decisions where it wanted a lower one and got none
+  double stallAfterDownRefused = 0;    // seconds stalled fetching the segments of those decisions
+  double stallAfterFirstFragment = 0;  // the same for decisions on the first-fragment average
   int reasons[static_cast<int>(Reason::kCount)] = {};
 };
 

@@ -1,19 +1,12 @@
 #include "Report.h"
 
-#include <cstdarg>
+#include <algorithm>
+
+#include "Format.h"
 
 namespace abrsim {
 
 namespace {
-
-void Append(std::string& text, const char* format, ...) {
-  char line[512];
-  va_list args;
-  va_start(args, format);
-  vsnprintf(line, sizeof line, format, args);
-  va_end(args);
-  text += line;
-}
 
 const char kHeader[] = "%-14s %-46s %-12s %9s %8s %7s %8s %7s %8s %5s %8s\n";
 const char kRow[] = "%-14s %-46s %-12s %9.0f %8.2f %6.2f%% %8.2f %7.2f %8.0f %5.1f %8.1f\n";
@@ -141,12 +134,63 @@ std::string MarkdownTotals(const std::vector<TraceSet>& sets,
       std::string rule = RuleName(r);
       if (r == kLibrary && s < libraryLabels.size()) rule += " (" + libraryLabels[s] + ")";
       if (r == kLibraryBest && s < bestLabels.size()) rule += " (" + bestLabels[s] + ")";
-      Append(
+      Appendf(
           text,
           "| %s (%d) | %s | %.1f | %.0f %% | %.0f | %.2f | %.2f %% | %.2f | %.2f | %.0f | %.1f |\n",
           sets[s].name.c_str(), t.traces, rule.c_str(), t.qoe, 100 * t.shareOfOracle, t.averageKbps,
           t.rebufferSeconds, 100 * t.rebufferRatio, t.startupSeconds, t.switchesPerMinute,
           t.averageSwitchKbps, t.oscillations);
+    }
+  }
+  return text;
+}
+
+std::string MarkdownWeakSpots(const std::vector<TraceSet>& sets,
+                              const std::vector<TraceOutcome>& outcomes,
+                              const std::vector<std::string>& bestLabels) {
+  std::string text =
+      "| set | library | first estimate s (mean / max) | decisions on the first-fragment "
+      "average | up timer at the end s (mean / max) | raises | timers given up | moves up "
+      "wanted but refused | of them: up timer started / other upgrade group / level, buffer or "
+      "running timer | moves down refused (buffer of 8 s or more) | stalls on those segments s | "
+      "stalls on first-fragment segments s |\n"
+      "|---|---|---:|---:|---:|---:|---:|---:|---|---:|---:|---:|\n";
+  for (size_t s = 0; s < sets.size(); ++s) {
+    const std::vector<TraceOutcome> mine = SetOutcomes(sets, outcomes, s);
+    for (int run = 0; run < 2; ++run) {
+      const int rule = run == 0 ? kLibrary : kLibraryBest;
+      double first = 0, firstMax = 0, fragment = 0, timer = 0, timerMax = 0;
+      int raises = 0, givenUp = 0, refused = 0, started = 0, other = 0, silent = 0, n = 0;
+      int downRefused = 0;
+      double downStall = 0, fragmentStall = 0;
+      for (const TraceOutcome& o : mine) {
+        if (!o.present[rule]) continue;
+        const LibraryStats& l = o.library[run];
+        ++n;
+        first += l.firstEstimateSeconds;
+        firstMax = std::max(firstMax, l.firstEstimateSeconds);
+        fragment += l.firstFragmentDecisions;
+        timer += l.finalUpTimer;
+        timerMax = std::max<double>(timerMax, l.finalUpTimer);
+        raises += l.upTimerRaises;
+        givenUp += l.timersGivenUp;
+        refused += l.wantedUpRefused;
+        started += l.reasons[static_cast<int>(Reason::kUpRefusedTimerStarted)];
+        other += l.reasons[static_cast<int>(Reason::kUpRefusedUpgradeGroup)];
+        silent += l.reasons[static_cast<int>(Reason::kUpRefusedSilent)];
+        downRefused += l.downRefused;
+        downStall += l.stallAfterDownRefused;
+        fragmentStall += l.stallAfterFirstFragment;
+      }
+      if (n == 0) continue;
+      const std::string label =
+          run == 0 ? "defaults" : (s < bestLabels.size() ? bestLabels[s] : "best");
+      Appendf(text,
+              "| %s | %s | %.1f / %.1f | %.1f per trace | %.1f / %.0f | %d | %d | %.1f per trace "
+              "| %d / %d / %d | %.1f per trace | %.2f per trace | %.2f per trace |\n",
+              sets[s].name.c_str(), label.c_str(), first / n, firstMax, fragment / n, timer / n,
+              timerMax, raises, givenUp, static_cast<double>(refused) / n, started, other, silent,
+              static_cast<double>(downRefused) / n, downStall / n, fragmentStall / n);
     }
   }
   return text;

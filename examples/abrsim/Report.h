@@ -37,6 +37,13 @@ std::string MarkdownTotals(const std::vector<TraceSet>& sets,
                            const std::vector<std::string>& libraryLabels,
                            const std::vector<std::string>& bestLabels);
 
+// The library's own figures behind its weak spots, per set, for both library runs: when the first
+// estimate came, decisions made without one, what the up timer did, and which rule refused the
+// moves up the bandwidth asked for.
+std::string MarkdownWeakSpots(const std::vector<TraceSet>& sets,
+                              const std::vector<TraceOutcome>& outcomes,
+                              const std::vector<std::string>& bestLabels);
+
 // The slice of `outcomes` that belongs to set `index`.
 std::vector<TraceOutcome> SetOutcomes(const std::vector<TraceSet>& sets,
                                       const std::vector<TraceOutcome>& outcomes, size_t index);

@@ -2,23 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdarg>
 #include <cstdio>
 
+#include "Format.h"
 #include "Report.h"
 
 namespace abrsim {
 
 namespace {
-
-void Add(std::string& svg, const char* format, ...) {
-  char text[1024];
-  va_list args;
-  va_start(args, format);
-  vsnprintf(text, sizeof text, format, args);
-  va_end(args);
-  svg += text;
-}
 
 // Colours and strokes of the rules, the same in both figures.
 struct Style {
@@ -50,28 +41,29 @@ struct Plot {
   double Y(double v) const { return y + h - (v - y0) / (y1 - y0) * h; }
 
   void Frame(std::string& svg, const char* title, const char* xLabel, const char* yLabel) const {
-    Add(svg, "<text x='%.1f' y='%.1f' class='title'>%s</text>\n", x, y - 10, title);
+    Appendf(svg, "<text x='%.1f' y='%.1f' class='title'>%s</text>\n", x, y - 10, title);
     const double xs = TickStep(x1 - x0, 8);
     for (double v = std::ceil(x0 / xs) * xs; v <= x1 + 1e-9; v += xs) {
-      Add(svg, "<line x1='%.1f' y1='%.1f' x2='%.1f' y2='%.1f' class='grid'/>\n", X(v), y, X(v),
-          y + h);
-      Add(svg, "<text x='%.1f' y='%.1f' class='tick' text-anchor='middle'>%g</text>\n", X(v),
-          y + h + 14, v);
+      Appendf(svg, "<line x1='%.1f' y1='%.1f' x2='%.1f' y2='%.1f' class='grid'/>\n", X(v), y, X(v),
+              y + h);
+      Appendf(svg, "<text x='%.1f' y='%.1f' class='tick' text-anchor='middle'>%g</text>\n", X(v),
+              y + h + 14, v);
     }
     const double ys = TickStep(y1 - y0, 6);
     for (double v = std::ceil(y0 / ys) * ys; v <= y1 + 1e-9; v += ys) {
-      Add(svg, "<line x1='%.1f' y1='%.1f' x2='%.1f' y2='%.1f' class='grid'/>\n", x, Y(v), x + w,
-          Y(v));
-      Add(svg, "<text x='%.1f' y='%.1f' class='tick' text-anchor='end'>%g</text>\n", x - 4,
-          Y(v) + 4, v);
+      Appendf(svg, "<line x1='%.1f' y1='%.1f' x2='%.1f' y2='%.1f' class='grid'/>\n", x, Y(v), x + w,
+              Y(v));
+      Appendf(svg, "<text x='%.1f' y='%.1f' class='tick' text-anchor='end'>%g</text>\n", x - 4,
+              Y(v) + 4, v);
     }
-    Add(svg, "<rect x='%.1f' y='%.1f' width='%.1f' height='%.1f' class='frame'/>\n", x, y, w, h);
-    Add(svg, "<text x='%.1f' y='%.1f' class='label' text-anchor='middle'>%s</text>\n", x + w / 2,
-        y + h + 32, xLabel);
-    Add(svg,
-        "<text x='%.1f' y='%.1f' class='label' text-anchor='middle' "
-        "transform='rotate(-90 %.1f %.1f)'>%s</text>\n",
-        x - 42, y + h / 2, x - 42, y + h / 2, yLabel);
+    Appendf(svg, "<rect x='%.1f' y='%.1f' width='%.1f' height='%.1f' class='frame'/>\n", x, y, w,
+            h);
+    Appendf(svg, "<text x='%.1f' y='%.1f' class='label' text-anchor='middle'>%s</text>\n",
+            x + w / 2, y + h + 32, xLabel);
+    Appendf(svg,
+            "<text x='%.1f' y='%.1f' class='label' text-anchor='middle' "
+            "transform='rotate(-90 %.1f %.1f)'>%s</text>\n",
+            x - 42, y + h / 2, x - 42, y + h / 2, yLabel);
   }
 
   // A polyline through `points`; `steps` draws each value until the next point's time.
@@ -83,14 +75,14 @@ struct Plot {
       const double px = X(std::clamp(points[i].first, x0, x1));
       const double py = Y(std::clamp(points[i].second, y0, y1));
       if (steps && i > 0) {
-        Add(path, "%.1f,%.1f ", px, Y(std::clamp(points[i - 1].second, y0, y1)));
+        Appendf(path, "%.1f,%.1f ", px, Y(std::clamp(points[i - 1].second, y0, y1)));
       }
-      Add(path, "%.1f,%.1f ", px, py);
+      Appendf(path, "%.1f,%.1f ", px, py);
     }
-    Add(svg,
-        "<polyline points='%s' fill='none' stroke='%s' stroke-width='%.1f' "
-        "stroke-dasharray='%s'/>\n",
-        path.c_str(), colour, width, dash);
+    Appendf(svg,
+            "<polyline points='%s' fill='none' stroke='%s' stroke-width='%.1f' "
+            "stroke-dasharray='%s'/>\n",
+            path.c_str(), colour, width, dash);
   }
 };
 
@@ -98,12 +90,12 @@ struct Plot {
 void Legend(std::string& svg, double x, double y,
             const std::vector<std::pair<std::string, Style>>& entries) {
   for (const auto& [name, style] : entries) {
-    Add(svg,
-        "<line x1='%.1f' y1='%.1f' x2='%.1f' y2='%.1f' stroke='%s' stroke-width='3' "
-        "stroke-dasharray='%s'/>\n",
-        x, y - 4, x + 22, y - 4, style.colour, style.dash);
-    Add(svg, "<text x='%.1f' y='%.1f' class='legend'>%s</text>\n", x + 27, y, name.c_str());
-    x += 34 + 7.2 * name.size();
+    Appendf(svg,
+            "<line x1='%.1f' y1='%.1f' x2='%.1f' y2='%.1f' stroke='%s' stroke-width='3' "
+            "stroke-dasharray='%s'/>\n",
+            x, y - 4, x + 22, y - 4, style.colour, style.dash);
+    Appendf(svg, "<text x='%.1f' y='%.1f' class='legend'>%s</text>\n", x + 27, y, name.c_str());
+    x += 40 + 7.5 * name.size();
   }
 }
 
@@ -116,26 +108,39 @@ void QoePanel(std::string& svg, const Plot& frame, const std::string& set,
   std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) {
     return outcomes[a].figures[key].qoe < outcomes[b].figures[key].qoe;
   });
+  // A few traces slower than the lowest variant score far below the rest; the axis stops at
+  // kFloor and their points sit on it.
+  constexpr double kFloor = -300;
   double lo = 0;
   double hi = 0;
-  for (const TraceOutcome& o : outcomes)
-    for (int r = 0; r < kRuleCount; ++r)
-      if (o.present[r]) {
-        lo = std::min(lo, o.figures[r].qoe);
-        hi = std::max(hi, o.figures[r].qoe);
-      }
+  int clipped = 0;
+  for (const TraceOutcome& o : outcomes) {
+    bool below = false;
+    for (int r = 0; r < kRuleCount; ++r) {
+      if (!o.present[r]) continue;
+      lo = std::min(lo, std::max(kFloor, o.figures[r].qoe));
+      hi = std::max(hi, o.figures[r].qoe);
+      below = below || o.figures[r].qoe < kFloor;
+    }
+    if (below) ++clipped;
+  }
   Plot plot = frame;
   plot.x0 = 0;
   plot.x1 = std::max<double>(1, static_cast<double>(outcomes.size()) + 1);
   const double step = TickStep(hi - lo + 1, 6);
   plot.y0 = std::floor(lo / step) * step;
   plot.y1 = std::ceil(hi / step) * step;
-  const std::string title = set + ": QoE of each trace (" + std::to_string(outcomes.size()) +
-                            " traces, sorted by the oracle's QoE)";
-  plot.Frame(svg, title.c_str(), "trace (rank by the oracle's QoE)", "QoE per trace");
+  const std::string title = set + " (" + std::to_string(outcomes.size()) + " traces)";
+  plot.Frame(svg, title.c_str(), "trace, ranked by the oracle's QoE", "QoE per trace");
+  if (clipped > 0) {
+    Appendf(svg,
+            "<text x='%.1f' y='%.1f' class='tick'>%d trace%s below %.0f drawn on the bottom "
+            "edge</text>\n",
+            plot.x + 6, plot.y + 14, clipped, clipped == 1 ? "" : "s", kFloor);
+  }
   if (plot.y0 < 0 && plot.y1 > 0) {
-    Add(svg, "<line x1='%.1f' y1='%.1f' x2='%.1f' y2='%.1f' class='zero'/>\n", plot.x, plot.Y(0),
-        plot.x + plot.w, plot.Y(0));
+    Appendf(svg, "<line x1='%.1f' y1='%.1f' x2='%.1f' y2='%.1f' class='zero'/>\n", plot.x,
+            plot.Y(0), plot.x + plot.w, plot.Y(0));
   }
   for (int r = kRuleCount - 1; r >= 0; --r) {
     std::vector<std::pair<double, double>> points;
@@ -146,8 +151,8 @@ void QoePanel(std::string& svg, const Plot& frame, const std::string& set,
     plot.Line(svg, points, kRuleStyle[r].colour, kRuleStyle[r].dash, r == kOracle ? 1.6 : 1.2,
               false);
     for (const auto& [px, py] : points)
-      Add(svg, "<circle cx='%.1f' cy='%.1f' r='2' fill='%s'/>\n", plot.X(px), plot.Y(py),
-          kRuleStyle[r].colour);
+      Appendf(svg, "<circle cx='%.1f' cy='%.1f' r='2' fill='%s'/>\n", plot.X(px),
+              plot.Y(std::max(py, plot.y0)), kRuleStyle[r].colour);
   }
 }
 
@@ -207,13 +212,13 @@ void TimelinePanels(std::string& svg, double top, double width, const Timeline& 
   rate.Line(svg, BitrateSteps(t.oracle), kRuleStyle[kOracle].colour, kRuleStyle[kOracle].dash, 1.4,
             true);
   rate.Line(svg, BitrateSteps(t.library), kRuleStyle[kLibrary].colour, "none", 2.2, true);
-  Legend(svg, rate.x, top + 262,
+  Legend(svg, rate.x, top + 284,
          {{"link payload rate", Style{"#9a9a9a", "none"}},
           {"library's estimate", Style{"#9467bd", "none"}},
           {"library's bitrate", kRuleStyle[kLibrary]},
           {"oracle's bitrate", kRuleStyle[kOracle]}});
 
-  Plot buffer{70, top + 310, width - 100, 130, 0, end, 0, 60};
+  Plot buffer{70, top + 330, width - 100, 130, 0, end, 0, 60};
   buffer.Frame(svg, "Buffer under the library's rule", "time (s)", "buffer (s)");
   buffer.Line(svg, BufferLine(t.library, t.segmentSeconds), kRuleStyle[kLibrary].colour, "none",
               1.4, false);
@@ -228,12 +233,12 @@ std::string Picture(const std::vector<TraceSet>& sets, const std::vector<TraceOu
   const int columns = std::min<int>(2, static_cast<int>(sets.size()));
   const int rows = (static_cast<int>(sets.size()) + columns - 1) / std::max(columns, 1);
   const double qoeHeight = 70 + rows * (panelHeight + 80);
-  const double height = qoeHeight + (timeline != nullptr ? 540 : 0);
+  const double height = qoeHeight + (timeline != nullptr ? 560 : 0);
   std::string svg;
-  Add(svg,
-      "<svg xmlns='http://www.w3.org/2000/svg' width='%.0f' height='%.0f' "
-      "viewBox='0 0 %.0f %.0f' font-family='DejaVu Sans, Arial, sans-serif'>\n",
-      width, height, width, height);
+  Appendf(svg,
+          "<svg xmlns='http://www.w3.org/2000/svg' width='%.0f' height='%.0f' "
+          "viewBox='0 0 %.0f %.0f' font-family='DejaVu Sans, Arial, sans-serif'>\n",
+          width, height, width, height);
   svg +=
       "<style>.title{font-size:14px;font-weight:bold}.tick{font-size:11px;fill:#444}"
       ".label{font-size:12px;fill:#222}.legend{font-size:12px}.grid{stroke:#e4e4e4}"

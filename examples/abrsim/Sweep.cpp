@@ -64,7 +64,7 @@ std::vector<std::vector<SweepPoint>> RunSweep(const Setup& setup, const std::vec
 namespace {
 
 void PrintPoint(FILE* out, int rank, const SweepPoint& p) {
-  std::fprintf(out, "%5d  %-44s %8.1f %9.0f %8.2f %7.2f %7.1f\n", rank,
+  std::fprintf(out, "%5d  %-62s %8.1f %9.0f %8.2f %7.2f %7.1f\n", rank,
                Describe(p.settings).c_str(), p.totals.qoe, p.totals.averageKbps,
                p.totals.rebufferSeconds, p.totals.switchesPerMinute, p.totals.oscillations);
 }
@@ -85,7 +85,7 @@ void PrintSweep(FILE* out, const std::vector<TraceSet>& sets,
     if (points.empty()) continue;
     std::fprintf(out, "\n%s: %zu traces, %zu settings\n", sets[s].name.c_str(),
                  sets[s].traces.size(), points.size());
-    std::fprintf(out, "%5s  %-44s %8s %9s %8s %7s %7s\n", "rank", "settings", "QoE", "avg_kbps",
+    std::fprintf(out, "%5s  %-62s %8s %9s %8s %7s %7s\n", "rank", "settings", "QoE", "avg_kbps",
                  "rebuf_s", "sw/min", "osc");
     for (int i = 0; i < top && i < static_cast<int>(points.size()); ++i)
       PrintPoint(out, i + 1, points[i]);

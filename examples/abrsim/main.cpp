@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "Evaluate.h"
+#include "Experiments.h"
 #include "LibraryRule.h"
 #include "Oracle.h"
 #include "Parallel.h"
@@ -48,7 +49,8 @@ const char kUsage[] =
     "  --timeline NAME      run, report: the trace whose timeline the picture shows\n"
     "  --no-oracle          run: leave the oracle out\n"
     "  --top N              sweep: settings listed per set (default 10)\n"
-    "  --out DIR            report: where abr.svg, abr.csv, abr-totals.md, abr-sweep.txt go\n"
+    "  --out DIR            report: where abr.svg, abr.csv, abr-totals.md, abr-weak.md and\n"
+    "                       abr-sweep.txt go (default .)\n"
     "  --jobs N             worker processes (default: processors online)\n"
     "  --log                trace: let the library's log lines through to stderr\n";
 
@@ -309,6 +311,12 @@ int Report(Options o, const std::vector<abrsim::TraceSet>& sets) {
   if (trace == nullptr) {
     std::fprintf(stderr, "abrsim: no trace named %s\n", o.timeline.c_str());
     return 2;
+  }
+  if (!WriteFile(o.out + "/abr-weak.md",
+                 abrsim::MarkdownWeakSpots(sets, outcomes, bestLabels) + "\n" +
+                     abrsim::SquareWaveTable(o.setup, abrsim::LibrarySettings{10, 0, 250, 3}) +
+                     "\n" + abrsim::MarginTable(o.setup))) {
+    return 1;
   }
   const abrsim::Timeline timeline = MakeTimeline(o, *trace, o.library);
   const std::string svg = o.svg.empty() ? o.out + "/abr.svg" : o.svg;
