@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 
+#include "Format.h"
 #include "Parallel.h"
 
 namespace abrsim {
@@ -112,6 +113,27 @@ void PrintSweep(FILE* out, const std::vector<TraceSet>& sets,
     for (const auto& [key, qoe] : best) std::fprintf(out, "  %s: %.1f;", key.c_str(), qoe);
     std::fprintf(out, "\n");
   }
+}
+
+std::string MarkdownSweep(const std::vector<TraceSet>& sets,
+                          const std::vector<std::vector<SweepPoint>>& ranking,
+                          const LibrarySettings& base, int top) {
+  std::string text =
+      "| set | rank | settings | QoE per trace | avg kbit/s | stalls s | switches/min | "
+      "oscillations |\n|---|---:|---|---:|---:|---:|---:|---:|\n";
+  for (size_t s = 0; s < sets.size(); ++s) {
+    const std::vector<SweepPoint>& points = ranking[s];
+    for (size_t i = 0; i < points.size(); ++i) {
+      const bool defaults = SameKnobs(points[i].settings, base);
+      if (static_cast<int>(i) >= top && !defaults) continue;
+      const RuleTotals& t = points[i].totals;
+      Appendf(text, "| %s | %zu | %s%s | %.1f | %.0f | %.2f | %.2f | %.1f |\n",
+              sets[s].name.c_str(), i + 1, Describe(points[i].settings).c_str(),
+              defaults ? " (defaults)" : "", t.qoe, t.averageKbps, t.rebufferSeconds,
+              t.switchesPerMinute, t.oscillations);
+    }
+  }
+  return text;
 }
 
 }  // namespace abrsim

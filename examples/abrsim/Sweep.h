@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdio>
+#include <string>
 #include <vector>
 
 #include "Evaluate.h"
@@ -34,5 +35,10 @@ std::vector<std::vector<SweepPoint>> RunSweep(const Setup& setup, const std::vec
 void PrintSweep(FILE* out, const std::vector<TraceSet>& sets,
                 const std::vector<std::vector<SweepPoint>>& ranking, const LibrarySettings& base,
                 int top);
+
+// The same as a Markdown table per set: the `top` best settings and the defaults.
+std::string MarkdownSweep(const std::vector<TraceSet>& sets,
+                          const std::vector<std::vector<SweepPoint>>& ranking,
+                          const LibrarySettings& base, int top);
 
 }  // namespace abrsim

@@ -49,8 +49,7 @@ const char kUsage[] =
     "  --timeline NAME      run, report: the trace whose timeline the picture shows\n"
     "  --no-oracle          run: leave the oracle out\n"
     "  --top N              sweep: settings listed per set (default 10)\n"
-    "  --out DIR            report: where abr.svg, abr.csv, abr-totals.md, abr-weak.md and\n"
-    "                       abr-sweep.txt go (default .)\n"
+    "  --out DIR            report: where abr.svg, abr.csv and the abr-*.md tables go (default .)\n"
     "  --jobs N             worker processes (default: processors online)\n"
     "  --log                trace: let the library's log lines through to stderr\n";
 
@@ -287,6 +286,9 @@ int Report(Options o, const std::vector<abrsim::TraceSet>& sets) {
   std::fclose(sweepFile);
   if (status != 0) return status;
 
+  if (!WriteFile(o.out + "/abr-sweep.md", abrsim::MarkdownSweep(sets, ranking, o.library, 5))) {
+    return 1;
+  }
   std::vector<abrsim::LibrarySettings> best;
   std::vector<std::string> defaultLabels;
   std::vector<std::string> bestLabels;
