@@ -24,7 +24,8 @@ struct LibrarySettings {
   unsigned int chunkBytes = 16384;  // body chunk size of a transfer
 };
 
-// "defaults" names the library's own settings: what an engine gets that sets nothing.
+// The settings in words, "up timer 10 s, margin relative, monitor 250 ms, 3 groups". A
+// default-constructed LibrarySettings is what an engine gets that sets none of the knobs.
 std::string Describe(const LibrarySettings& settings);
 
 // The limit list that puts `groups` contiguous, near-equal runs of the ladder into groups 1, 2,
