@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "CHttpCookie.h"
+#include "CurlMsg.h"
 #include "ICurl.h"
 #include "ICurlCB.h"
 #include "ICurlFactory.h"
@@ -42,6 +43,18 @@ class Curl : public ICurl {
   static constexpr int kUnitCount = 20;
   static constexpr int kUrlInfoCount = 40;
   static constexpr int kHostCount = 10;
+  static constexpr int kNoCurlId = -1;
+  static constexpr int kUnboundHost = -1;
+  static constexpr long kTransferTimeout = 120;
+  static constexpr long kLowSpeedLimit = 2048;
+  static constexpr long kPausedTimeout = 99999;
+  static constexpr size_t kPauseBufferCapacity = 16384;
+  static constexpr size_t kRetryLimit = 20;
+  static constexpr unsigned int kRetryPauseMs = 500;
+  static constexpr long kSelectTimeoutUs = 300000;
+  static constexpr long long kResumeSettleMs = 100;
+  static constexpr int kAbortTransfer = -1;
+  static constexpr long kHttpOk = 200;
 
   // sleepTime is in microseconds and paces the loop of option 1.
   Curl(curl_thread_option option, int sleepTime, std::string cookiePath);
@@ -165,6 +178,21 @@ class Curl : public ICurl {
   // The unlocked wait of the two EndDownload forms: until the worker is done with the unit, or
   // it has a result, a cancel or an engine reset. Returns the unit's code at the end.
   int WaitForEnd(UnitObject* unit);
+  // Steps of a worker pass: Perform until libcurl asks for no more; the socket wait with
+  // m_mutItem released; the addresses of a finished transfer; and where the finished unit goes.
+  void PerformAll(int& running);
+  void WaitForSockets(int& running);
+  void KeepAddresses(UnitObject* unit, const CurlMsg& msg);
+  void RouteFinished(UnitObject* unit);
+  // Steps of the body path: the chunk's timing to m_event, and delivery past m_skipBytes.
+  void ReportTiming(UnitObject* unit, int size, long long previousTime, long long now,
+                    bool insideResume);
+  void DeliverPastSkip(UnitObject* unit, unsigned char* bytes, int size, int curlId);
+  // A Set-Cookie value into the pool, under the host and path of the transfer's effective URL.
+  void FileCookie(UnitObject* unit, urlInfo_t& entry, const char* cookie);
+  // Takes the first pending redirect target of the unit and, when the transfer followed at least
+  // one redirect and ended with status 200, hands it to OnRedirect.
+  void ReportRedirect(UnitObject* unit, long status);
 
   // The unit that Resume_unlock is resuming on this thread, while libcurl's resume call runs.
   static thread_local UnitObject* s_resumingUnit;

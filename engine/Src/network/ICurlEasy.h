@@ -5,6 +5,9 @@
 
 namespace strmcommon {
 
+// A numeric option value as SetOpt takes it: the number carried in the pointer.
+inline void* OptionValue(long value) { return reinterpret_cast<void*>(value); }
+
 class ICurlEasy {
  public:
   virtual ~ICurlEasy() {}

@@ -17,7 +17,7 @@ class GURL {
   GURL(GURL&& other) noexcept;
   // Canonicalises |urlString|. Text and components are kept also when it is invalid.
   GURL(const std::string& urlString);  // NOLINT(google-explicit-constructor)
-  GURL(const string16& urlString);  // NOLINT(google-explicit-constructor)
+  GURL(const string16& urlString);     // NOLINT(google-explicit-constructor)
   // Trusted construction: text, components and flag are stored as they come.
   GURL(const char* canonicalSpec, unsigned int canonicalSpecLen, const url_parse::Parsed& parsed,
        bool isValid);
@@ -116,6 +116,11 @@ class GURL {
  private:
   template <typename STR>
   void InitCanonical(const STR& inputSpec);
+  // The bodies of the 8-bit and 16-bit forms of ResolveWithCharsetConverter and ReplaceComponents.
+  template <typename STR>
+  GURL ResolveRelative(const STR& relative, url_canon::CharsetConverter* charsetConverter) const;
+  template <typename CHAR>
+  GURL Replaced(const url_canon::Replacements<CHAR>& replacements) const;
 
   std::string ComponentString(const url_parse::Component& comp) const {
     if (comp.len <= 0) return std::string();

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <type_traits>
 
 #include "url_canon.h"
 
@@ -359,6 +360,32 @@ inline int _itoa_s(int value, char (&buffer)[N], int radix) {
 template <size_t N>
 inline int _itow_s(int value, char16 (&buffer)[N], int radix) {
   return _itow_s(value, buffer, N, radix);
+}
+
+// A whole-URL canonicaliser over the components of one 8-bit text: the form that the
+// Replace...URL entry points run once the replacements are put in.
+using CanonicalizeComponents = bool (*)(const URLComponentSource<char>& source,
+                                        const url_parse::Parsed& parsed,
+                                        CharsetConverter* queryConverter, CanonOutput* output,
+                                        url_parse::Parsed* newParsed);
+
+// The body of every Replace...URL entry point, for 8-bit and 16-bit replacements: the canonical
+// base with each carried replacement put in, through canonicalize. 16-bit replacement text is
+// first converted to UTF-8, which fails for non-ASCII as the converters do.
+template <typename CHAR>
+bool CanonicalizeReplaced(CanonicalizeComponents canonicalize, const char* base,
+                          const url_parse::Parsed& baseParsed,
+                          const Replacements<CHAR>& replacements, CharsetConverter* queryConverter,
+                          CanonOutput* output, url_parse::Parsed* newParsed) {
+  RawCanonOutput<1024> utf8;
+  URLComponentSource<char> source(base);
+  url_parse::Parsed parsed(baseParsed);
+  if constexpr (std::is_same_v<CHAR, char>) {
+    SetupOverrideComponents(base, replacements, &source, &parsed);
+  } else {
+    SetupUTF16OverrideComponents(base, replacements, &utf8, &source, &parsed);
+  }
+  return canonicalize(source, parsed, queryConverter, output, newParsed);
 }
 
 }  // namespace url_canon
