@@ -126,8 +126,8 @@ int Curl::CallTransfer(UnitObject* unit, int code, unsigned char* data, unsigned
     if (curlId == kNoCurlId) {
       if (unit->m_pause && !insideResume) break;
       int taken = m_callback->OnDownloadData(unit, code, data, size);
-      if (taken == 0) return 0;
-      if (taken == 3) {
+      if (taken == kDataTaken) return 0;
+      if (taken == kDataAgainAtOnce) {
         if (m_quit) return 0;
         continue;
       }

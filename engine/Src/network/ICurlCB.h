@@ -5,6 +5,10 @@
 
 namespace strmcommon {
 
+// Results of OnDownloadData that the engine tells apart; any other value means "full".
+constexpr int kDataTaken = 0;
+constexpr int kDataAgainAtOnce = 3;
+
 class ICurlCB {
  public:
   virtual ~ICurlCB() {}
