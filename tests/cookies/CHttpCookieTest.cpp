@@ -349,8 +349,8 @@ TEST(CHttpCookie, FreelistWithStringsReleasesAWholeList) {
 
 TEST(CHttpCookie, HeaderTextWithLeadingBlankAndLineEndAsReceived) {
   CHttpCookie jar;
-  Cookie* c = jar.addCookieToPool(" sid=42; Path=/live; HttpOnly\r\n", "cdn.site.test",
-                                  "/live/index.m3u8");
+  Cookie* c =
+      jar.addCookieToPool(" sid=42; Path=/live; HttpOnly\r\n", "cdn.site.test", "/live/index.m3u8");
   ASSERT_NE(c, nullptr);
   EXPECT_STREQ(c->name, "sid");
   EXPECT_STREQ(c->value, "42");

@@ -77,6 +77,7 @@ TEST(CurlMeasure, RealCheckerFollowsTransfersPacedAtTwoFiveAndTwentyMegabits) {
   for (int i = 0; i < 3; ++i) streams.SetBitrate(i + 1, paces[i]);
   Measured results[3];
   std::vector<std::thread> runs;
+  runs.reserve(3);
   for (int i = 0; i < 3; ++i) {
     runs.emplace_back([&, i] {
       results[i] = MeasurePacedTransfer(server, streams.Handler(), i + 1, paces[i], 10);

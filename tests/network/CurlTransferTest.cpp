@@ -36,9 +36,10 @@ int ClosedPort() {
   addr.sin_family = AF_INET;
   addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   addr.sin_port = 0;
-  bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr));
+  // A failed bind or name leaves port 0, on which nothing listens either.
+  if (bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)) != 0) addr.sin_port = 0;
   socklen_t len = sizeof(addr);
-  getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len);
+  if (getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len) != 0) addr.sin_port = 0;
   close(fd);
   return ntohs(addr.sin_port);
 }

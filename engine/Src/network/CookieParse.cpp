@@ -192,19 +192,26 @@ bool StoreFilePath(Cookie* co, const char* text) {
   return co->sanitizedPath != nullptr;
 }
 
-// The file form: seven tab-separated fields, or six without the path. Cuts `line` in place.
-bool parseFileForm(Cookie* co, char* line) {
+// The record text of a file line: behind a "#HttpOnly_" prefix (which sets httponly), cut at the
+// first carriage return and then at the first newline. Null for a comment line.
+char* FileRecordText(Cookie* co, char* line) {
   char* lineptr = line;
   if (strncmp(lineptr, "#HttpOnly_", 10) == 0) {
     lineptr += 10;
     co->httponly = true;
   }
-  if (lineptr[0] == '#') return false;
-
+  if (lineptr[0] == '#') return nullptr;
   char* end = strchr(lineptr, '\r');
   if (end) *end = '\0';
   end = strchr(lineptr, '\n');
   if (end) *end = '\0';
+  return lineptr;
+}
+
+// The file form: seven tab-separated fields, or six without the path. Cuts `line` in place.
+bool parseFileForm(Cookie* co, char* line) {
+  char* lineptr = FileRecordText(co, line);
+  if (!lineptr) return false;
 
   bool badcookie = false;
   int field = 0;

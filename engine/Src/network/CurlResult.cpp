@@ -112,7 +112,7 @@ RetryRule ApplyRetryRules(UnitObject* unit, long status, int retryCount) {
 
 }  // namespace
 
-// Kept longer than 60 lines: every log line of the classification belongs to ResultIf.
+// NOLINTNEXTLINE(readability-function-size): longer, as every line of the classification is its.
 int Curl::ResultIf(UnitObject* unit, CURLcode result, long status, int curlId) {
   if (unit == nullptr) {
     VAS_LOG_ERROR(">> strmcommon::Unit == NULL ERROR");

@@ -105,6 +105,31 @@ int ConditionalUrlEntryFor(const std::vector<Curl::urlInfo_t>& table, const std:
   return oldest;
 }
 
+// A URL table entry for a new request. File time and date go to 0 also for an entry found again
+// by URL, so a conditional request never sends If-Modified-Since.
+void FillUrlEntry(Curl::urlInfo_t& entry, const std::string& url, const std::string& range,
+                  bool conditional) {
+  entry.url = url;
+  entry.range = range;
+  entry.fileTime = 0;
+  entry.date = 0;
+  entry.conditional = conditional;
+  entry.lastUse = static_cast<long long>(vas_getTime());
+}
+
+// The measurement of a transfer starts now: position 0, begin and last-data time now, no resume
+// and no pause yet. Returns now.
+long long RestartTiming(UnitObject* unit) {
+  unit->m_pos = 0;
+  long long now = static_cast<long long>(vas_getTime());
+  unit->m_beginTime = now;
+  unit->m_lastDataTime = now;
+  unit->m_rxBaseTime = 0;
+  unit->m_pauseStartTime = 0;
+  unit->m_pausedTotal = 0;
+  return now;
+}
+
 // What every begin operation resets on the unit it has chosen: the URL, position and result,
 // the flags, the client's words, and the pause buffer (emptied, its capacity kept).
 void PrepareUnit(UnitObject* unit, const std::string& url, const UserData& data, bool noMeasure) {
@@ -239,13 +264,7 @@ int Curl::BeginDownloadImpl(const std::string& url, const std::string& range, bo
   chosen->m_hostIndex = hostSlot;
   chosen->m_redirecting = false;
 
-  urlInfo_t& entry = m_urlInfo[chosen->m_urlIndex];
-  entry.url = url;
-  entry.range = range;
-  entry.fileTime = 0;
-  entry.date = 0;
-  entry.conditional = conditional;
-  entry.lastUse = static_cast<long long>(vas_getTime());
+  FillUrlEntry(m_urlInfo[chosen->m_urlIndex], url, range, conditional);
 
   // A retry that lands on the same slot goes on counting.
   if (chosen->code != err_retry && !isCurlDebug) chosen->m_retry = 0;
@@ -281,13 +300,7 @@ bool Curl::ReqBody(UnitObject* unit) {
 }
 
 bool Curl::SetBodyEasyDownloadOPT(UnitObject* unit) {
-  unit->m_pos = 0;
-  long long now = static_cast<long long>(vas_getTime());
-  unit->m_beginTime = now;
-  unit->m_lastDataTime = now;
-  unit->m_rxBaseTime = 0;
-  unit->m_pauseStartTime = 0;
-  unit->m_pausedTotal = 0;
+  long long now = RestartTiming(unit);
   VAS_LOG_DEBUG("ReqBody updatetime %p, %lld", unit, now / 1000);
 
   ICurlEasy* easy = unit->m_easy;
