@@ -11,6 +11,7 @@
 #include "EngineDoubles.h"
 #include "FakeClock.h"
 #include "StreamRoutes.h"
+#include "WholeLogLine.h"
 
 using enginetest::Data;
 using enginetest::FakeBodyTest;
@@ -19,6 +20,7 @@ using strmcommon::err_interrupted;
 using strmcommon::err_none;
 using strmcommon::UnitObject;
 using testsupport::FakeClock;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 using testsupport::WaitFor;
 
@@ -93,6 +95,7 @@ TEST_F(CurlControl, PauseRaisesTheFlagStampsTheTimesAndLiftsTheTimeLimits) {
                                                       {CURLOPT_CONNECTTIMEOUT, 99999}}));
   EXPECT_EQ(capture.Count("curl pause: " + std::to_string(unit->m_index) + ", 5"), 1u);
   EXPECT_EQ(capture.Count("<< Curl::Pause"), 1u);
+  EXPECT_TRUE(HasWholeLine(capture, "CurlControl.cpp", "Pause", "<< Curl::Pause"));
 }
 
 TEST_F(CurlControl, SecondPauseDoesNothingAndKeepsTheFirstTiming) {

@@ -6,6 +6,7 @@
 #include "Clock.h"
 #include "Curl.h"
 #include "DLog.h"
+#include "Width32.h"
 
 namespace strmcommon {
 
@@ -107,11 +108,13 @@ bool Curl::Resume_unlock(UnitObject* unit) {
     unit->m_pauseStartTime = 0;
   }
   // The time budget grows by exactly the time spent paused.
-  long pausedSeconds = static_cast<long>(unit->m_pausedTotal / 1000);
+  // Whole seconds in a long, which is 32 bits on the device.
+  const int32_t pausedSeconds = width32::Signed32(unit->m_pausedTotal / 1000);
   unit->m_easy->SetOpt(CURLOPT_LOW_SPEED_LIMIT, OptionValue(kLowSpeedLimit));
   unit->m_easy->SetOpt(CURLOPT_LOW_SPEED_TIME, OptionValue(m_lowSpeedTime));
-  unit->m_easy->SetOpt(CURLOPT_TIMEOUT, OptionValue(pausedSeconds + kTransferTimeout));
-  unit->m_easy->SetOpt(CURLOPT_CONNECTTIMEOUT, OptionValue(pausedSeconds + m_connectTimeout));
+  unit->m_easy->SetOpt(CURLOPT_TIMEOUT, OptionValue(width32::Add(pausedSeconds, kTransferTimeout)));
+  unit->m_easy->SetOpt(CURLOPT_CONNECTTIMEOUT,
+                       OptionValue(width32::Add(pausedSeconds, m_connectTimeout)));
   unit->m_pause = false;
   VAS_LOG_DEBUG("<<");
   return true;
