@@ -13,6 +13,7 @@ namespace {
 
 using enginetest::Data;
 using strmcommon::Curl;
+using strmcommon::err_none;
 using strmcommon::UnitObject;
 using testsupport::HasWholeLine;
 using testsupport::LogCapture;
@@ -21,7 +22,7 @@ class CurlHeaders : public enginetest::FakeEngineTest {
  protected:
   void SetUp() override {
     FakeEngineTest::SetUp();
-    ASSERT_EQ(Begin(unit, "http://media.test/x/y.m3u8"), 0);
+    ASSERT_EQ(Begin(unit, "http://media.test/x/y.m3u8"), err_none);
   }
 
   int Feed(const std::string& line) {
@@ -155,7 +156,7 @@ TEST_F(CurlHeaders, LocationWithOnlyBlanksBehindItGivesTheBaseAlone) {
 
 TEST_F(CurlHeaders, RequestUrlWithoutAPathIsTheWholeBase) {
   curl->m_units[unit->m_index].first = false;
-  ASSERT_EQ(Begin(unit, "http://media.test"), 0);
+  ASSERT_EQ(Begin(unit, "http://media.test"), err_none);
   Feed("HTTP/1.1 302 Found\r\n");
   Feed("Location: x.ts\r\n");
   EXPECT_EQ(Targets(), std::vector<std::string>{"http://media.testx.ts\r\n"});
@@ -230,7 +231,7 @@ TEST_F(CurlHeaders, HeadersKeptModeOnlyCollectsTheRawText) {
 TEST_F(CurlHeaders, NullUnitLogsTheErrorAndReturnsMinusOne) {
   LogCapture capture;
   char line[] = "Date: x\r\n";
-  EXPECT_EQ(curl->OnHeaderDownload(nullptr, line, 9), -1);
+  EXPECT_EQ(curl->OnHeaderDownload(nullptr, line, 9), Curl::kAbortTransfer);
   EXPECT_EQ(capture.Count(">> strmcommon::Unit == NULL ERROR"), 1u);
 }
 
@@ -240,12 +241,12 @@ TEST_F(CurlHeaders, CallbackPassesTheLineOnWhileTheSlotIsTaken) {
 
 TEST_F(CurlHeaders, CallbackAbortsForAFreedSlot) {
   curl->m_units[unit->m_index].first = false;
-  EXPECT_EQ(FeedThroughCallback("Server: x\r\n"), static_cast<size_t>(-1));
+  EXPECT_EQ(FeedThroughCallback("Server: x\r\n"), static_cast<size_t>(Curl::kAbortTransfer));
 }
 
 TEST_F(CurlHeaders, CallbackAbortsWhileTheEngineQuits) {
   curl->m_quit = true;
-  EXPECT_EQ(FeedThroughCallback("Server: x\r\n"), static_cast<size_t>(-1));
+  EXPECT_EQ(FeedThroughCallback("Server: x\r\n"), static_cast<size_t>(Curl::kAbortTransfer));
   curl->m_quit = false;
 }
 
@@ -263,7 +264,7 @@ TEST_F(CurlHeaders, SetCookieAddsALinePerCallToEveryLaterRequest) {
   EXPECT_EQ(curl->get_cookie(), "");
   EXPECT_NE(curl->m_headers, nullptr);
   UnitObject* other = nullptr;
-  ASSERT_EQ(Begin(other, "http://elsewhere.test/a"), 0);
+  ASSERT_EQ(Begin(other, "http://elsewhere.test/a"), err_none);
   EXPECT_EQ(EasyOf(other)->Option(CURLOPT_HTTPHEADER), curl->m_headers);
 }
 

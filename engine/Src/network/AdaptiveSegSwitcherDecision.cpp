@@ -201,9 +201,11 @@ bool AdaptiveSegSwitcher::CheckStreamUp(int current, int& target, unsigned int b
   return ret;
 }
 
-AdaptiveSegSwitcher::SwitchRule AdaptiveSegSwitcher::ApplyDownRules(
-    int current, int target, unsigned int bufferDuration, bitrateParam_t& currentParam,
-    bitrateParam_t& targetParam, bool& upTimerIncreased) {
+AdaptiveSegSwitcher::SwitchRule AdaptiveSegSwitcher::ApplyDownRules(int current, int target,
+                                                                    unsigned int bufferDuration,
+                                                                    bitrateParam_t& currentParam,
+                                                                    bitrateParam_t& targetParam,
+                                                                    bool& upTimerIncreased) {
   // While enough is buffered the stream stays where it is.
   if (bufferDuration >= 8000) return SwitchRule::kBufferTooLow;
 
@@ -234,8 +236,8 @@ bool AdaptiveSegSwitcher::CheckStreamDn(int current, int& target, unsigned int b
   bitrateParam_t currentParam;
   bitrateParam_t targetParam;
   bool upTimerIncreased = false;
-  const SwitchRule rule = ApplyDownRules(current, target, bufferDuration, currentParam,
-                                         targetParam, upTimerIncreased);
+  const SwitchRule rule =
+      ApplyDownRules(current, target, bufferDuration, currentParam, targetParam, upTimerIncreased);
   bool ret = true;
   switch (rule) {
     case SwitchRule::kBufferTooLow:

@@ -1,4 +1,5 @@
-// A canonicaliser output that writes straight into a std::string.
+/// \file
+/// A canonicaliser output that writes straight into a std::string.
 #pragma once
 
 #include <string>
@@ -7,24 +8,28 @@
 
 namespace url_canon {
 
-// The whole capacity of the string is used as the buffer: the string is resized to its capacity
-// on set-up, so Complete() must be called before the string is read.
+/// An output that writes into a std::string, appending to what it holds. The whole capacity of the
+/// string is used as the buffer: the string is resized to its capacity on set-up, so Complete()
+/// must be called before the string is read.
 class StdStringCanonOutput : public CanonOutputT<char> {
  public:
-  explicit StdStringCanonOutput(std::string* str) : CanonOutputT<char>(), m_str(str) {
+  /// Writes into `str` (not owned), after its present text.
+  explicit StdStringCanonOutput(std::string* str) : m_str(str) {
     m_length = static_cast<int>(m_str->size());  // appends to what is there
     m_str->resize(m_str->capacity());
     m_data = m_str->empty() ? nullptr : &(*m_str)[0];
     m_capacity = static_cast<int>(m_str->size());
   }
+  /// Leaves the string as it is: Complete() first.
   ~StdStringCanonOutput() override {}
 
-  // Cuts the string down to what was written.
+  /// Cuts the string down to what was written.
   void Complete() {
     m_str->resize(m_length);
     m_capacity = m_length;
   }
 
+  /// Resizes the string itself to `sz`.
   void Resize(int sz) override {
     m_str->resize(sz);
     m_data = m_str->empty() ? nullptr : &(*m_str)[0];
@@ -32,7 +37,7 @@ class StdStringCanonOutput : public CanonOutputT<char> {
   }
 
  protected:
-  std::string* m_str;
+  std::string* m_str;  ///< the string written into
 };
 
 }  // namespace url_canon
