@@ -157,6 +157,9 @@ void Fetcher::Wait(UnitObject* unit, Transfer& transfer) {
     if (done == unit) return;
     // One transfer runs at a time, so another unit here is a left-over: give its slot back.
     if (done != nullptr) m_curl.EndDownload(done);
+    // A unit cancelled while it still waited in the request queue never completes: the worker
+    // drops it and frees its slot.
+    if (cancelled && !m_curl.IsDownloading(unit)) return;
     if (!cancelled && m_hooks.stop && m_hooks.stop()) {
       {
         std::lock_guard<std::mutex> guard(m_lock);

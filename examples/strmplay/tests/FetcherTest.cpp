@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <httplib.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -38,20 +39,26 @@ class WholeBodyServer {
   }
   ~WholeBodyServer() {
     m_stop = true;
-    shutdown(m_fd, SHUT_RDWR);
-    close(m_fd);
     m_thread.join();
+    close(m_fd);
   }
   std::string Url() const { return "http://127.0.0.1:" + std::to_string(m_port) + "/whole.ts"; }
 
  private:
+  // Every wait is short, so that the destructor's stop is seen whatever the client does.
+  bool Readable(int fd) const {
+    pollfd p{fd, POLLIN, 0};
+    return poll(&p, 1, 50) > 0;
+  }
   void Serve() {
     while (!m_stop) {
+      if (!Readable(m_fd)) continue;
       const int client = accept(m_fd, nullptr, nullptr);
-      if (client < 0) return;
-      char request[4096];
+      if (client < 0) continue;
       std::string head;
-      while (head.find("\r\n\r\n") == std::string::npos) {
+      char request[4096];
+      while (!m_stop && head.find("\r\n\r\n") == std::string::npos) {
+        if (!Readable(client)) continue;
         const ssize_t n = recv(client, request, sizeof request, 0);
         if (n <= 0) break;
         head.append(request, static_cast<std::size_t>(n));
