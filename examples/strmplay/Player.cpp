@@ -399,7 +399,6 @@ void Player::FetchSegment(const Segment& seg, int index) {
   const std::size_t bytes = fetched.body.size();
   int width = 0;
   int height = 0;
-  if (ok && seg.key.Encrypted()) ++m_summary.encryptedSegments;
   std::string error;
   if (ok && !m_decryptor.Decrypt(m_mediaBases[v], seg, false, fetched.body, error)) {
     m_reporter.Line(Now(), Format("v%d segment %d: %s", m_current, index + 1, error.c_str()));
@@ -604,6 +603,7 @@ ExitStatus Player::Finish() {
   m_summary.mediaSeconds = m_model.PlayedSeconds();
   m_summary.runSeconds = m_model.Ended() ? m_model.EndSeconds() : Now();
   m_summary.startupSeconds = m_model.StartupSeconds();
+  m_summary.encryptedSegments = m_decryptor.Decrypted();
   m_summary.stalls = m_model.Stalls();
   m_summary.rebufferSeconds = m_model.RebufferSeconds();
   m_summary.averageBitrateKbps =

@@ -20,7 +20,6 @@ class TsOutput {
   bool Open(const std::string& path, std::string& error);
   bool IsOpen() const { return m_file != nullptr; }
   bool ToStandardOutput() const { return m_stdout; }
-  const std::string& Path() const { return m_path; }
   // Appends one segment. False with a reason when it cannot be written (a reader that went away
   // closes the pipe); nothing more is written after that.
   bool Write(const std::vector<std::uint8_t>& segment, std::string& error);
