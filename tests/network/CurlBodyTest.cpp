@@ -11,6 +11,7 @@
 #include "EngineDoubles.h"
 #include "FakeClock.h"
 #include "StreamRoutes.h"
+#include "WholeLogLine.h"
 
 using enginetest::Data;
 using enginetest::FakeBodyTest;
@@ -19,6 +20,7 @@ using strmcommon::Curl;
 using strmcommon::UnitObject;
 using testsupport::Checksum;
 using testsupport::FakeClock;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 using testsupport::WaitFor;
 
@@ -121,6 +123,8 @@ TEST_F(CurlBody, OnBodyDownloadOfNullLogsTheErrorAndReturnsMinusOne) {
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0].priority, 6);
   EXPECT_EQ(capture.Count("starts."), 1u);
+  EXPECT_TRUE(
+      HasWholeLine(capture, "CurlBody.cpp", "OnBodyDownload", ">> strmcommon::Unit == NULL ERROR"));
 }
 
 TEST_F(CurlBody, IdentifiersOtherThanMinusOneDropTheChunk) {
@@ -153,6 +157,43 @@ TEST_F(CurlBody, ContentLengthIsAskedForEveryChunkUntilLibcurlKnowsIt) {
   EasyOf(unit)->doubleInfo[kContentLength] = 5;
   Feed(unit, Bytes(30, 10));
   EXPECT_EQ(unit->m_size, 1000u);
+}
+
+TEST_F(CurlBody, ContentLengthBeyondFourGibibytesSaturatesInTheThirtyTwoBitSize) {
+  struct Row {
+    double length;
+    size_t size;
+    const char* logged;  // the size as the 32-bit long of the log line
+  };
+  const Row rows[] = {
+      {4294967295.0, 4294967295u, "-1"},  // the largest 32-bit size
+      {4294967296.0, 4294967295u, "-1"},  // saturates, not cut to 0
+      {5e9, 4294967295u, "-1"},           //
+      {3e9, 3000000000u, "-1294967296"},  //
+  };
+  UnitObject* unit = BeginScripted();
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.length);
+    unit->m_size = 0;  // asked again
+    LogCapture capture;
+    EasyOf(unit)->doubleInfo[kContentLength] = row.length;
+    Feed(unit, Bytes(0, 10));
+    EXPECT_EQ(unit->m_size, row.size);
+    EXPECT_EQ(curl->GetSize(unit), row.size);
+    EXPECT_EQ(capture.Count("Unit " + Hex(unit) + ", Content Length = " + row.logged), 1u);
+  }
+}
+
+TEST_F(CurlBody, PositionIsAThirtyTwoBitCounterThatWrapsAtFourGibibytes) {
+  UnitObject* unit = BeginScripted();
+  unit->m_pos = 4294967295u - 99;
+  Feed(unit, Bytes(0, 300));
+  EXPECT_EQ(unit->m_pos, 200u);
+  // A saved chunk of a paused unit counts the same way.
+  unit->m_pos = 4294967295u;
+  ASSERT_TRUE(curl->Pause(unit));
+  Feed(unit, Bytes(0, 10));
+  EXPECT_EQ(curl->GetPos(unit), 9u);
 }
 
 TEST_F(CurlBody, FileTimeIsGatheredOnlyForAConditionalEntryWithoutOne) {

@@ -11,12 +11,14 @@
 #include "EngineDoubles.h"
 #include "FakeClock.h"
 #include "StreamRoutes.h"
+#include "WholeLogLine.h"
 
 using enginetest::Data;
 using enginetest::FakeBodyTest;
 using enginetest::LiveEngineTest;
 using strmcommon::UnitObject;
 using testsupport::FakeClock;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 using testsupport::WaitFor;
 
@@ -91,6 +93,7 @@ TEST_F(CurlControl, PauseRaisesTheFlagStampsTheTimesAndLiftsTheTimeLimits) {
                                                       {CURLOPT_CONNECTTIMEOUT, 99999}}));
   EXPECT_EQ(capture.Count("curl pause: " + std::to_string(unit->m_index) + ", 5"), 1u);
   EXPECT_EQ(capture.Count("<< Curl::Pause"), 1u);
+  EXPECT_TRUE(HasWholeLine(capture, "CurlControl.cpp", "Pause", "<< Curl::Pause"));
 }
 
 TEST_F(CurlControl, SecondPauseDoesNothingAndKeepsTheFirstTiming) {

@@ -276,9 +276,16 @@ TEST(ConcreateCurlFactory, CreatesAndReleasesConcreteObjects) {
   factory.ReleaseCurlMulti(multi);
 }
 
-TEST(ConcreateCurlFactory, ReleasingNullPointersDoesNothing) {
+TEST(ConcreateCurlFactory, ReleasingNullPointersCleansUpNoHandle) {
   ConcreateCurlFactory<CurlEasy, CurlMulti> factory;
+  engineinterpose::Reset();
   factory.ReleaseCurlEasy(nullptr);
   factory.ReleaseCurlMulti(nullptr);
-  SUCCEED();
+  EXPECT_EQ(engineinterpose::easyCleanups.load(), 0);
+  EXPECT_EQ(engineinterpose::multiCleanups.load(), 0);
+  // A real release is counted.
+  factory.ReleaseCurlEasy(factory.CreateCurlEasy());
+  factory.ReleaseCurlMulti(factory.CreateCurlMulti());
+  EXPECT_EQ(engineinterpose::easyCleanups.load(), 1);
+  EXPECT_EQ(engineinterpose::multiCleanups.load(), 1);
 }

@@ -7,12 +7,14 @@
 #include <vector>
 
 #include "EngineFixture.h"
+#include "WholeLogLine.h"
 
 namespace {
 
 using enginetest::Data;
 using strmcommon::Curl;
 using strmcommon::UnitObject;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 
 class CurlHeaders : public enginetest::FakeEngineTest {
@@ -85,6 +87,8 @@ TEST_F(CurlHeaders, HostRelativeLocationIsJoinedToTheRequestHostWithItsLineEnd) 
   EXPECT_EQ(Targets(), std::vector<std::string>{"http://media.test/a/b\r\n"});
   EXPECT_FALSE(unit->m_redirecting);
   auto lines = capture.WithMessage(">> redirected url == Location: /a/b\r\n ");
+  EXPECT_TRUE(HasWholeLine(capture, "CurlHeaders.cpp", "OnHeaderDownload",
+                           ">> redirected url == Location: /a/b\r\n "));
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0].priority, 6);
 }

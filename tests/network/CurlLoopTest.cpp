@@ -6,11 +6,13 @@
 #include <thread>
 
 #include "EngineFixture.h"
+#include "WholeLogLine.h"
 
 using enginetest::Data;
 using enginetest::FakeEngineTest;
 using strmcommon::UnitObject;
 using testsupport::DoneMessage;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 using testsupport::WaitFor;
 
@@ -41,6 +43,8 @@ TEST_F(CurlLoop, PassAddsQueuedUnitsAndLogsEachAtErrorLevel) {
   EXPECT_EQ(state->added, (std::vector<strmcommon::ICurlEasy*>{a->m_easy, b->m_easy}));
   EXPECT_TRUE(curl->m_requests.empty());
   auto lines = capture.WithMessage("Add handle for unit(" + Hex(a) + ")");
+  EXPECT_TRUE(
+      HasWholeLine(capture, "CurlLoop.cpp", "Process", "Add handle for unit(" + Hex(a) + ")"));
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0].priority, 6);
   EXPECT_EQ(capture.Count("Add handle for unit(" + Hex(b) + ")"), 1u);

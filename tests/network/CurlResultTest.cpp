@@ -8,11 +8,13 @@
 
 #include "EngineDoubles.h"
 #include "StreamRoutes.h"
+#include "WholeLogLine.h"
 
 using enginetest::Data;
 using enginetest::FakeBodyTest;
 using enginetest::LiveEngineTest;
 using strmcommon::UnitObject;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 using testsupport::WaitFor;
 
@@ -79,6 +81,7 @@ TEST_F(CurlResult, EveryLibcurlResultMapsAndEndsAsTheTableSays) {
       auto pre = capture.WithMessage(row.preLog);
       ASSERT_EQ(pre.size(), 1u);
       EXPECT_EQ(pre[0].priority, 6);
+      EXPECT_TRUE(HasWholeLine(capture, "CurlResult.cpp", "ResultIf", row.preLog));
     }
     EXPECT_EQ(capture.Count("--- final unit->code: " + std::to_string(row.final)), 1u);
     // Each unit's slot back for the next row.

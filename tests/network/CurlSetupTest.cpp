@@ -7,12 +7,14 @@
 #include <vector>
 
 #include "EngineFixture.h"
+#include "WholeLogLine.h"
 
 namespace {
 
 using enginetest::Data;
 using strmcommon::UnitObject;
 using testsupport::DoneMessage;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 
 const char kPrefix[] = "http://127.0.0.1:54321/proxy?url=";
@@ -320,6 +322,8 @@ TEST_F(CurlSetup, UnitsOfOneHostRefuseASecondHostEvenAfterTheyAllEnded) {
   UnitObject* other = nullptr;
   EXPECT_EQ(Begin(other, "http://other.test/a"), -1);
   auto lines = capture.WithMessage("ERROR!! max concurrent download over");
+  EXPECT_TRUE(HasWholeLine(capture, "CurlSetup.cpp", "BeginDownloadImpl",
+                           "ERROR!! max concurrent download over"));
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0].priority, 6);
   // The slot of the refused host was still handed out.

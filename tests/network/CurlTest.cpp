@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <cstdlib>
 #include <thread>
 
@@ -10,6 +11,7 @@
 #include "CurlEasy.h"
 #include "CurlMulti.h"
 #include "EngineFixture.h"
+#include "WholeLogLine.h"
 
 using enginetest::Data;
 using enginetest::FakeEngineTest;
@@ -18,6 +20,7 @@ using strmcommon::UserData;
 using testsupport::CurlProbe;
 using testsupport::FakeCurlFactory;
 using testsupport::FakeCurlState;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 using testsupport::WaitFor;
 
@@ -54,6 +57,7 @@ TEST_F(CurlConstruction, LogsItsStartAndTheSleepTimeAtDebugLevel) {
   LogCapture capture;
   auto curl = Make(750);
   auto start = capture.WithMessage("Constructor starts.\n");
+  EXPECT_TRUE(HasWholeLine(capture, "Curl.cpp", "Curl", "Constructor starts.\n"));
   ASSERT_EQ(start.size(), 1u);
   EXPECT_EQ(start[0].priority, 3);
   EXPECT_EQ(start[0].logId, 2);
@@ -533,6 +537,17 @@ TEST_F(FakeEngineTest, RangeWrittenInFrontOfTheUrlBecomesARangeRequest) {
   EXPECT_EQ(curl->m_urlInfo[unit->m_urlIndex].url, "http://media.test/x.ts");
   EXPECT_EQ(curl->m_urlInfo[unit->m_urlIndex].range, "0-99");
   EXPECT_EQ(capture.Count("TYPE : 5, streamIdx : 6, SegmentIdx : 7, state = 2,  "
+                          "Curl::BeginDownloadImpl() with URL = http://media.test/x.ts, "
+                          "range=0-99\n "),
+            1u);
+}
+
+TEST_F(FakeEngineTest, BeginLogPrintsTheStatePlusOneInThirtyTwoBits) {
+  LogCapture capture;
+  UnitObject* unit = nullptr;
+  ASSERT_EQ(Begin(unit, "0-99http://media.test/x.ts", UserData{5, 6, 7, 99999999, INT32_MAX, 8}),
+            0);
+  EXPECT_EQ(capture.Count("TYPE : 5, streamIdx : 6, SegmentIdx : 7, state = -2147483648,  "
                           "Curl::BeginDownloadImpl() with URL = http://media.test/x.ts, "
                           "range=0-99\n "),
             1u);

@@ -8,6 +8,7 @@
 
 #include "CHttpCookie.h"
 #include "CookieUtil.h"
+#include "Width32.h"
 
 namespace strmcommon {
 
@@ -102,8 +103,7 @@ bool parseHeaderForm(Cookie* co, const char* line, const char* domain, const cha
         const char* age = co->maxAgeText;
         if (*age == '"') age++;
         // Intended: the sum is taken in 32 bits and sign-extended, so a huge max-age wraps.
-        uint32_t sum = static_cast<uint32_t>(strtol(age, nullptr, 10)) + static_cast<uint32_t>(now);
-        co->expires = static_cast<int32_t>(sum);
+        co->expires = width32::Signed32(width32::Low32(width32::Strtol(age)) + width32::Low32(now));
       } else if (rawEqual("expires", name)) {
         strstore(&co->expiresText, whatptr);
         if (!co->expiresText) {
@@ -218,7 +218,7 @@ bool parseFileForm(Cookie* co, char* line) {
         co->secure = rawEqual(ptr, "true");
         break;
       case 4:
-        co->expires = static_cast<int32_t>(static_cast<uint32_t>(strtol(ptr, nullptr, 10)));
+        co->expires = width32::Strtol(ptr);
         break;
       case 5:
         co->name = strdup(ptr);

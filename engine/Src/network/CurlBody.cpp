@@ -4,6 +4,7 @@
 #include "Curl.h"
 #include "DLog.h"
 #include "Portability.h"
+#include "Width32.h"
 
 namespace strmcommon {
 
@@ -46,7 +47,7 @@ int Curl::OnBodyDownload(UnitObject* unit, void* data, int size, int easyCurlId,
     if (!unit->m_easy->Pause()) {
       VAS_LOG_ERROR("ERROR!! curl_easy_pause failed, %d", unit->m_easy->GetLastError());
     }
-    unit->m_pos += size;
+    unit->m_pos = width32::Low32(unit->m_pos + size);
     if (curlId != -1) {
       CallTransfer(unit, unit->code, bytes, static_cast<unsigned int>(size), curlId);
       return size;
@@ -65,20 +66,20 @@ int Curl::OnBodyDownload(UnitObject* unit, void* data, int size, int easyCurlId,
 
   long long now = static_cast<long long>(vas_getTime());
   if (unit->m_firstByteTime == 0) {
-    unit->m_firstByteTime = static_cast<unsigned int>(now - unit->m_beginTime);
+    unit->m_firstByteTime = width32::Low32(now - unit->m_beginTime);
   }
   long long previousTime = unit->m_lastDataTime;
   unit->m_lastDataTime = now;
-  unit->m_pos += size;
+  unit->m_pos = width32::Low32(unit->m_pos + size);
 
   if (!unit->m_noMeasure && m_event != nullptr) {
     // Data delivered inside a resume arrives at the resume itself, 0 ms after it.
     if (insideResume || now - unit->m_rxBaseTime <= 100) {
       m_event->ResetRxBaseTime(now);
     } else {
-      m_event->AddRxTimeInfo(static_cast<unsigned int>(previousTime),
-                             static_cast<unsigned int>(now), static_cast<unsigned int>(size),
-                             unit->m_data.streamIdx, unit->m_data.segmentIdx, unit->m_data.tag);
+      m_event->AddRxTimeInfo(width32::Low32(previousTime), width32::Low32(now),
+                             static_cast<unsigned int>(size), unit->m_data.streamIdx,
+                             unit->m_data.segmentIdx, unit->m_data.tag);
     }
   }
   if (unit->m_cancel) return -1;
@@ -159,8 +160,9 @@ void Curl::ProcessGetInfo(UnitObject* unit, int curlId) {
     bool known = unit->m_easy->GetInfoWithDouble(CURLINFO_CONTENT_LENGTH_DOWNLOAD, &length);
 #pragma GCC diagnostic pop
     if (known && length > 0) {
-      unit->m_size = static_cast<size_t>(length);
-      VAS_LOG_DEBUG("Unit %p, Content Length = %ld", unit, static_cast<long>(unit->m_size));
+      unit->m_size = width32::SaturateToUInt32(length);
+      VAS_LOG_DEBUG("Unit %p, Content Length = %ld", unit,
+                    static_cast<long>(width32::Signed32(unit->m_size)));
     }
   }
   urlInfo_t& entry = m_urlInfo[unit->m_urlIndex];

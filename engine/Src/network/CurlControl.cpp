@@ -6,6 +6,7 @@
 #include "Clock.h"
 #include "Curl.h"
 #include "DLog.h"
+#include "Width32.h"
 
 namespace strmcommon {
 
@@ -89,11 +90,13 @@ bool Curl::Resume_unlock(UnitObject* unit) {
     unit->m_pauseStartTime = 0;
   }
   // The time budget grows by exactly the time spent paused.
-  long pausedSeconds = static_cast<long>(unit->m_pausedTotal / 1000);
+  // Whole seconds in a long, which is 32 bits on the device.
+  const int32_t pausedSeconds = width32::Signed32(unit->m_pausedTotal / 1000);
   unit->m_easy->SetOpt(CURLOPT_LOW_SPEED_LIMIT, AsOptionValue(2048));
   unit->m_easy->SetOpt(CURLOPT_LOW_SPEED_TIME, AsOptionValue(m_lowSpeedTime));
-  unit->m_easy->SetOpt(CURLOPT_TIMEOUT, AsOptionValue(pausedSeconds + 120));
-  unit->m_easy->SetOpt(CURLOPT_CONNECTTIMEOUT, AsOptionValue(pausedSeconds + m_connectTimeout));
+  unit->m_easy->SetOpt(CURLOPT_TIMEOUT, AsOptionValue(width32::Add(pausedSeconds, 120)));
+  unit->m_easy->SetOpt(CURLOPT_CONNECTTIMEOUT,
+                       AsOptionValue(width32::Add(pausedSeconds, m_connectTimeout)));
   unit->m_pause = false;
   VAS_LOG_DEBUG("<<");
   return true;

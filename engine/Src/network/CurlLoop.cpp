@@ -4,6 +4,7 @@
 #include "Clock.h"
 #include "Curl.h"
 #include "DLog.h"
+#include "Width32.h"
 
 namespace strmcommon {
 
@@ -15,9 +16,9 @@ bool Curl::StartLoop() {
 bool Curl::Loop(void* self) {
   Curl* curl = static_cast<Curl*>(self);
   if (curl->m_threadOption == CURL_THREAD_PACED) {
-    unsigned int t0 = static_cast<unsigned int>(vas_getTime());
+    unsigned int t0 = width32::Low32(vas_getTime());
     curl->RunOnce();
-    unsigned int t1 = static_cast<unsigned int>(vas_getTime());
+    unsigned int t1 = width32::Low32(vas_getTime());
     // Kept: earlier minus later. A pass within one millisecond sleeps the full m_sleepTime; a
     // longer pass wraps to a huge value and does not sleep at all.
     unsigned int d = (t0 - t1) * 1000u;

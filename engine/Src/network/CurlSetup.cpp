@@ -5,6 +5,7 @@
 #include "Curl.h"
 #include "DLog.h"
 #include "Portability.h"
+#include "Width32.h"
 #include "gurl.h"
 
 namespace strmcommon {
@@ -137,7 +138,8 @@ int Curl::BeginDownloadImpl(const std::string& url, const std::string& range, bo
     VAS_LOG_ERROR(
         "TYPE : %d, streamIdx : %d, SegmentIdx : %d, state = %d,  Curl::BeginDownloadImpl() with "
         "URL = %s, range=%s\n ",
-        data.type, data.streamIdx, data.segmentIdx, data.state + 1, url.c_str(), range.c_str());
+        data.type, data.streamIdx, data.segmentIdx, width32::Add(data.state, 1), url.c_str(),
+        range.c_str());
   } else {
     VAS_LOG_ERROR(
         "TYPE : %d, streamIdx : %d, SegmentIdx : %d,  Curl::BeginDownloadImpl() with URL = %s\n ",
