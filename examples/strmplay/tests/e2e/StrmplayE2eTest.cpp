@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <mutex>
 #include <regex>
 #include <sstream>
 #include <tuple>
@@ -322,13 +323,18 @@ TEST_F(StrmplayE2e, FailedRequestsAreToldInWordsWithTheirHttpStatus) {
                          server.Url("/drop/300000/1000"), "loop.ts"}),
         "application/vnd.apple.mpegurl");
   const RunResult r = Strmplay({"--quick", server.Url("/media.m3u8")});
+  std::map<std::string, int> seen;
+  {
+    std::lock_guard<std::mutex> guard(lock);  // the server's handlers count on their own thread
+    seen = requests;
+  }
   EXPECT_EQ(r.status, 1) << m_log;
   EXPECT_TRUE(Contains(r.out, "missing.ts: HTTP 404 Not Found, result 10 (err_retry: ")) << m_log;
   EXPECT_TRUE(Contains(r.out, "not requested again: the server refuses the request itself"))
       << m_log;
-  EXPECT_EQ(requests["/missing.ts"], 1) << "a missing file is asked for once";
+  EXPECT_EQ(seen["/missing.ts"], 1) << "a missing file is asked for once";
   EXPECT_TRUE(Contains(r.out, "broken.ts: HTTP 500 Internal Server Error, result 10")) << m_log;
-  EXPECT_EQ(requests["/broken.ts"], 3);
+  EXPECT_EQ(seen["/broken.ts"], 3);
   EXPECT_TRUE(Contains(r.out, "busy.ts: HTTP 503 Service Unavailable, result 10")) << m_log;
   EXPECT_TRUE(Contains(r.out, "/drop/300000/1000: HTTP 200 OK, the transfer broke off after"))
       << m_log;
