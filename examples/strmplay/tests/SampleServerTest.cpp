@@ -1,24 +1,24 @@
 #include <gtest/gtest.h>
 #include <httplib.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <thread>
 
-#include <unistd.h>
-
-#include "LoopbackServer.h"
+#include "SampleServer.h"
 
 namespace strmplay {
 namespace {
 
 namespace fs = std::filesystem;
 
-class LoopbackServerTest : public ::testing::Test {
+class SampleServerTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    m_dir = fs::path(::testing::TempDir()) / ("strmplay_server_test_" + std::to_string(::getpid()));
+    m_dir = fs::path(::testing::TempDir()) /
+            ("strmplay_sample_server_test_" + std::to_string(::getpid()));
     fs::remove_all(m_dir);
     fs::create_directories(m_dir / "v0");
     Write("master.m3u8", "#EXTM3U\n");
@@ -31,9 +31,9 @@ class LoopbackServerTest : public ::testing::Test {
   fs::path m_dir;
 };
 
-TEST_F(LoopbackServerTest, ServesFilesByPathWithTheirTypesAnd404ForTheRest) {
+TEST_F(SampleServerTest, ServesFilesByPathWithTheirTypesAnd404ForTheRest) {
   RateSchedule schedule;
-  LoopbackServer server(schedule, 1.0);
+  SampleServer server(schedule, 1.0);
   std::string error;
   ASSERT_TRUE(server.Load(m_dir.string(), error)) << error;
   ASSERT_TRUE(server.Start(error)) << error;
@@ -54,9 +54,9 @@ TEST_F(LoopbackServerTest, ServesFilesByPathWithTheirTypesAnd404ForTheRest) {
   server.Stop();
 }
 
-TEST_F(LoopbackServerTest, VisitCookieCountsUpWhenItComesBack) {
+TEST_F(SampleServerTest, VisitCookieCountsUpWhenItComesBack) {
   RateSchedule schedule;
-  LoopbackServer server(schedule, 1.0);
+  SampleServer server(schedule, 1.0);
   std::string error;
   ASSERT_TRUE(server.Load(m_dir.string(), error) && server.Start(error)) << error;
   httplib::Client client("127.0.0.1", server.Port());
@@ -70,9 +70,9 @@ TEST_F(LoopbackServerTest, VisitCookieCountsUpWhenItComesBack) {
   EXPECT_EQ(server.CookieVisitsSeen(), 4);
 }
 
-TEST_F(LoopbackServerTest, LoadRefusesADirectoryWithoutMasterPlaylist) {
+TEST_F(SampleServerTest, LoadRefusesADirectoryWithoutMasterPlaylist) {
   RateSchedule schedule;
-  LoopbackServer server(schedule, 1.0);
+  SampleServer server(schedule, 1.0);
   std::string error;
   fs::remove(m_dir / "master.m3u8");
   EXPECT_FALSE(server.Load(m_dir.string(), error));
@@ -82,12 +82,12 @@ TEST_F(LoopbackServerTest, LoadRefusesADirectoryWithoutMasterPlaylist) {
 
 // The link never delivers faster than its rate: 200000 bytes at 4000 kbit/s need 400 ms, and at
 // ten times the rate with time compressed ten times, 40 ms. Only the lower bound is checked.
-TEST_F(LoopbackServerTest, PacedBodyTakesAtLeastItsTimeOnTheLink) {
+TEST_F(SampleServerTest, PacedBodyTakesAtLeastItsTimeOnTheLink) {
   for (double scale : {1.0, 10.0}) {
     RateSchedule schedule;
     std::string error;
     ASSERT_TRUE(schedule.Parse("4000@0", error));
-    LoopbackServer server(schedule, scale);
+    SampleServer server(schedule, scale);
     ASSERT_TRUE(server.Load(m_dir.string(), error) && server.Start(error)) << error;
     httplib::Client client("127.0.0.1", server.Port());
     const auto start = std::chrono::steady_clock::now();

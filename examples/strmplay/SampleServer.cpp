@@ -1,4 +1,4 @@
-#include "LoopbackServer.h"
+#include "SampleServer.h"
 
 #include <httplib.h>
 
@@ -56,12 +56,12 @@ std::size_t Link::Transmit(std::size_t wanted) {
   return n;
 }
 
-LoopbackServer::LoopbackServer(const RateSchedule& schedule, double timeScale)
+SampleServer::SampleServer(const RateSchedule& schedule, double timeScale)
     : m_link(schedule, timeScale) {}
 
-LoopbackServer::~LoopbackServer() { Stop(); }
+SampleServer::~SampleServer() { Stop(); }
 
-bool LoopbackServer::Load(const std::string& dir, std::string& error) {
+bool SampleServer::Load(const std::string& dir, std::string& error) {
   std::error_code ec;
   if (!fs::is_directory(dir, ec)) {
     error = "no sample directory at " + dir;
@@ -81,11 +81,11 @@ bool LoopbackServer::Load(const std::string& dir, std::string& error) {
   return true;
 }
 
-std::string LoopbackServer::BaseUrl() const {
+std::string SampleServer::BaseUrl() const {
   return "http://127.0.0.1:" + std::to_string(m_port) + "/";
 }
 
-bool LoopbackServer::Start(std::string& error) {
+bool SampleServer::Start(std::string& error) {
   m_server = std::make_unique<httplib::Server>();
   m_server->Get(R"(/.*)", [this](const httplib::Request& req, httplib::Response& res) {
     ++m_requests;
@@ -129,7 +129,7 @@ bool LoopbackServer::Start(std::string& error) {
   return true;
 }
 
-void LoopbackServer::Stop() {
+void SampleServer::Stop() {
   if (m_server) m_server->stop();
   if (m_thread.joinable()) m_thread.join();
 }

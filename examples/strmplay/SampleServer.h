@@ -44,10 +44,10 @@ class Link {
   Clock::time_point m_nextFree;
 };
 
-class LoopbackServer {
+class SampleServer {
  public:
-  LoopbackServer(const RateSchedule& schedule, double timeScale);
-  ~LoopbackServer();
+  SampleServer(const RateSchedule& schedule, double timeScale);
+  ~SampleServer();
   // Loads every file under dir into memory. False with a reason when the directory is unusable.
   bool Load(const std::string& dir, std::string& error);
   // Binds an ephemeral port on 127.0.0.1 and serves on a thread of its own.
