@@ -16,6 +16,7 @@
 #include "StopSignal.h"
 #include "Trace.h"
 #include "TsOutput.h"
+#include "url_util.h"
 
 #ifndef STRMPLAY_SAMPLE_DIR
 #define STRMPLAY_SAMPLE_DIR "sample"
@@ -162,6 +163,9 @@ int main(int argc, char** argv) {
   // A reader of --output that goes away ends the writes with an error, not the program.
   std::signal(SIGPIPE, SIG_IGN);
   strmplay::InstallStopSignals();
+  // The library's standard-scheme list has no lock: fill it before the engine's worker thread
+  // and this one both resolve URLs.
+  url_util::Initialize();
 
   strmplay::StatusLine status(text);
   strmplay::Reporter reporter(status, options.timeScale);
