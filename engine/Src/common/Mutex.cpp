@@ -29,5 +29,4 @@ RecursiveMutex::RecursiveMutex() {
 
 RecursiveMutex::~RecursiveMutex() { pthread_mutex_destroy(&m_mutex); }
 
-
 }  // namespace strmcommon

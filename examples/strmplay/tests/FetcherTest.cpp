@@ -7,8 +7,10 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <thread>
@@ -31,7 +33,9 @@ class WholeBodyServer {
     addr.sin_family = AF_INET;
     addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof addr;
-    bind(m_fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr);
+    if (bind(m_fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0) {
+      ADD_FAILURE() << "bind: " << std::strerror(errno);
+    }
     getsockname(m_fd, reinterpret_cast<sockaddr*>(&addr), &size);
     m_port = ntohs(addr.sin_port);
     listen(m_fd, 4);
