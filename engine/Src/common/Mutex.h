@@ -31,10 +31,9 @@ class RecursiveMutex {
   RecursiveMutex(const RecursiveMutex&) = delete;
   RecursiveMutex& operator=(const RecursiveMutex&) = delete;
 
-  // Inline: the working lock sits on hot paths (packet queues, every body chunk).
-  void Lock() { pthread_mutex_lock(&m_mutex); }
-  void Unlock() { pthread_mutex_unlock(&m_mutex); }
-  bool TryLock() { return pthread_mutex_trylock(&m_mutex) == 0; }
+  void Lock();
+  void Unlock();
+  bool TryLock();
 
  private:
   pthread_mutex_t m_mutex;

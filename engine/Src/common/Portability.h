@@ -2,13 +2,14 @@
 // except for the printf forms, destSize is ignored and the caller guarantees the room.
 #pragma once
 
-#include <cstdarg>
 #include <cstdio>
 
 int vas_strncpy_s(char* dest, unsigned int destSize, const char* src, unsigned int count);
 int vas_memcpy_s(void* dest, unsigned int destSize, const void* src, unsigned int count);
 int vas_sprintf_s(char* dest, unsigned int destSize, const char* format, ...)
     __attribute__((format(printf, 3, 4)));
-int vas_vsprintf_s(char* dest, unsigned int destSize, const char* format, va_list args);
+// args carries the argument list as a char*: on x86-64 it points at the va_list record (the way a
+// va_list argument travels there), on 32-bit ARM it is the one pointer that a va_list holds.
+int vas_vsprintf_s(char* dest, unsigned int destSize, const char* format, char* args);
 // *file is set to null, then to fopen's result; true when the file opened.
 bool vas_fopen_s(FILE** file, const char* path, const char* mode);

@@ -18,17 +18,17 @@ class Packet {
   int PtrResize(unsigned int size);
   void SetPtr(unsigned char* ptr, unsigned int size);
 
-  unsigned int GetSize() const { return m_size; }
-  unsigned char* GetPtr() const { return m_ptr; }
+  unsigned int GetSize();
+  unsigned char* GetPtr();
 
   int GetByte(unsigned char* out, unsigned int count);
-  void UngetByte(unsigned int count) { m_pos -= count; }
-  void ResetPos() { m_pos = 0; }
+  void UngetByte(unsigned int count);
+  void ResetPos();
 
-  unsigned char* GetDataPtr() const { return m_ptr + m_dataPos; }
-  int GetDataSize() const { return static_cast<int>(m_size - m_dataPos); }
-  void SetDataPos(int pos) { m_dataPos = pos; }
-  void MoveDataPos(int delta) { m_dataPos += delta; }
+  unsigned char* GetDataPtr();
+  int GetDataSize();
+  void SetDataPos(int pos);
+  void MoveDataPos(int delta);
 
  protected:
   unsigned int m_size;

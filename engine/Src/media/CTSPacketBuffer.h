@@ -31,7 +31,7 @@ class CTSPacketBuffer : public IArrayBuffer {
   bool PopFront(unsigned int size, void* out) override;
   bool GetFront(void* out) override;
   unsigned int Clear() override;
-  std::string GetString() override { return std::string(); }
+  std::string GetString() override;
 
   bool PushBackPacket(void* packet);
   // For a caller that holds the lock itself.

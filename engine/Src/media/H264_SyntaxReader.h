@@ -29,7 +29,7 @@ struct H264SequenceSetParse {
 class H264_SyntaxReader {
  public:
   explicit H264_SyntaxReader(Packet* packet);
-  virtual ~H264_SyntaxReader() {}
+  virtual ~H264_SyntaxReader();
 
   // Next payload byte: 0, or -9 at the end of the data.
   int Increment(unsigned char& out);
@@ -59,7 +59,7 @@ class H264HeaderParser {
   // 0: nothing decided yet; 1: an SPS NAL header was found; 2: a non-IDR slice came first.
   int ParseHeader(unsigned char* data, int size);
   // Index of the SPS NAL header byte in the buffer of the call that returned 1.
-  int GetSpsOffet() const { return m_spsOffset; }
+  int GetSpsOffet();
   // data starts after the NAL header byte, at profile_idc.
   bool ParseSPS(unsigned char* data, int size, H264SequenceSetParse& sps);
   bool CalcResolution(const H264SequenceSetParse& sps, int& width, int& height);

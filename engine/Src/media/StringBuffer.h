@@ -10,19 +10,20 @@ namespace strmcommon {
 class StringBuffer : public IArrayBuffer {
  public:
   explicit StringBuffer(unsigned int reserve);
+  ~StringBuffer() override;
 
   bool PushBack(void* data, unsigned int size) override;
-  bool Empty() override { return m_buffer.empty(); }
-  unsigned int Size() override { return static_cast<unsigned int>(m_buffer.size()); }
+  bool Empty() override;
+  unsigned int Size() override;
   unsigned int FreeSize() override;
   unsigned int MaxSize() override;
-  void SetMaxSize(unsigned int /*size*/) override {}
+  void SetMaxSize(unsigned int size) override;
   unsigned int AdjustSize(unsigned int size) override;
-  void PopFront() override {}
+  void PopFront() override;
   bool PopFront(unsigned int size, void* out) override;
-  bool GetFront(void* /*out*/) override { return false; }
+  bool GetFront(void* out) override;
   unsigned int Clear() override;
-  std::string GetString() override { return m_buffer; }
+  std::string GetString() override;
 
  private:
   std::string m_buffer;

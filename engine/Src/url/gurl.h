@@ -17,7 +17,7 @@ class GURL {
   GURL(GURL&& other) noexcept;
   // Canonicalises |urlString|. Text and components are kept also when it is invalid.
   GURL(const std::string& urlString);  // NOLINT(google-explicit-constructor)
-  GURL(const string16& urlString);  // NOLINT(google-explicit-constructor)
+  GURL(const string16& urlString);     // NOLINT(google-explicit-constructor)
   // Trusted construction: text, components and flag are stored as they come.
   GURL(const char* canonicalSpec, unsigned int canonicalSpecLen, const url_parse::Parsed& parsed,
        bool isValid);
@@ -25,7 +25,7 @@ class GURL {
   GURL& operator=(const GURL& other);
   GURL& operator=(GURL&& other) noexcept;
 
-  bool is_valid() const { return m_isValid; }
+  bool is_valid() const;
   bool is_empty() const { return m_spec.empty(); }
 
   // The canonical text; for an invalid URL with non-empty text, a shared empty string instead.

@@ -164,13 +164,8 @@ inline constexpr unsigned char kSchemeCanonical[0x80] = {
 // clang-format on
 
 // 0 when |ch| is not a valid scheme character, else its canonical (lower case) form.
-inline unsigned char CanonicalSchemeChar(char16 ch) {
-  if (ch >= 0x80) return 0;
-  return kSchemeCanonical[ch];
-}
-inline unsigned char CanonicalSchemeChar(char ch) {
-  return CanonicalSchemeChar(static_cast<char16>(static_cast<unsigned char>(ch)));
-}
+unsigned char CanonicalSchemeChar(char16 ch);
+unsigned char CanonicalSchemeChar(char ch);
 
 // Host characters: 0 invalid, kEsc valid but always written escaped, otherwise the character as
 // it is written (letters in lower case).

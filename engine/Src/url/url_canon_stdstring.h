@@ -11,25 +11,14 @@ namespace url_canon {
 // on set-up, so Complete() must be called before the string is read.
 class StdStringCanonOutput : public CanonOutputT<char> {
  public:
-  explicit StdStringCanonOutput(std::string* str) : CanonOutputT<char>(), m_str(str) {
-    m_length = static_cast<int>(m_str->size());  // appends to what is there
-    m_str->resize(m_str->capacity());
-    m_data = m_str->empty() ? nullptr : &(*m_str)[0];
-    m_capacity = static_cast<int>(m_str->size());
-  }
-  ~StdStringCanonOutput() override {}
+  // Appends to what |str| already holds.
+  explicit StdStringCanonOutput(std::string* str);
+  ~StdStringCanonOutput() override;
 
   // Cuts the string down to what was written.
-  void Complete() {
-    m_str->resize(m_length);
-    m_capacity = m_length;
-  }
+  void Complete();
 
-  void Resize(int sz) override {
-    m_str->resize(sz);
-    m_data = m_str->empty() ? nullptr : &(*m_str)[0];
-    m_capacity = sz;
-  }
+  void Resize(int sz) override;
 
  protected:
   std::string* m_str;

@@ -34,10 +34,10 @@ struct Parsed {
   enum ComponentType { SCHEME, USERNAME, PASSWORD, HOST, PORT, PATH, QUERY, REF };
 
   // Length of the whole URL the ranges describe.
-  int Length() const;
+  int Length();
   // Offset at which the component of |type| stands or would stand; with |includeDelimiter| the
   // offset of its separator (":" of the port, "?" of the query, "#" of the ref).
-  int CountCharactersBefore(ComponentType type, bool includeDelimiter) const;
+  int CountCharactersBefore(ComponentType type, bool includeDelimiter);
 
   Component scheme;
   Component username;
