@@ -60,6 +60,7 @@ std::vector<std::string> AbsoluteCorpus() {
   };
   const char* queries[] = {
       "",
+      // NOLINTNEXTLINE(bugprone-suspicious-missing-comma): one query, split for the line length.
       "?token=eyJhbGciOiJIUzI1NiIsInR5cCI6IkpXVCJ9.eyJzdWIiOiIxMjM0NTY3ODkwIiwiZXhwIjoxNzAwMDAw"
       "MDAwfQ.SflKxwRJSMeKKF2QT4fwpMeJf36POk6yJV_adQssw5c&expires=1700000000",
       "?hdnts=exp%3D1700000000~acl%3D%2F*~hmac%3D0a1b2c3d4e5f60718293a4b5c6d7e8f90a1b2c3d4e5f6071",

@@ -7,23 +7,14 @@
 #include <cstdint>
 #include <vector>
 
-#include "Bitstream.h"
+#include "BitReaderProbe.h"
 
 using strmcommon::BitstreamBuilder;
 using strmcommon::BitstreamReader;
 
 namespace {
 
-class Reader : public BitstreamReader {
- public:
-  long long BitPos() const { return (m_cur - m_start) * 8LL + (8 - m_bitsLeft); }
-};
-
-unsigned long long Extract(const std::vector<unsigned char>& bytes, long long pos, int count) {
-  unsigned long long v = 0;
-  for (int i = 0; i < count; ++i, ++pos) v = (v << 1) | ((bytes[pos / 8] >> (7 - pos % 8)) & 1);
-  return v;
-}
+using fuzzsupport::ExtractBits;
 
 void Check(bool ok) {
   if (!ok) __builtin_trap();
@@ -38,7 +29,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   int size32 = static_cast<int>(buffer.size());
   if (buffer.empty()) buffer.push_back(0);  // Reset reads the first byte even for size 0
 
-  Reader r;
+  fuzzsupport::BitReaderProbe r;
   r.Reset(buffer.data(), size32);
   for (int op = 0; op < 64 && in.remaining_bytes() > 0; ++op) {
     long long before = r.BitPos();
@@ -51,7 +42,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (moved == 0 && count != 0) {
           Check(v == 0xA5A5A5A5u);
         } else if (count != 0) {
-          Check(moved == count && v == Extract(buffer, before, count));
+          Check(moved == count && v == ExtractBits(buffer, before, count));
         }
         break;
       }
@@ -63,7 +54,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (moved == 0 && count != 0) {
           Check(v == -7);
         } else if (count != 0) {
-          Check(moved == count && static_cast<unsigned int>(v) == Extract(buffer, before, count));
+          Check(moved == count &&
+                static_cast<unsigned int>(v) == ExtractBits(buffer, before, count));
         }
         break;
       }
@@ -75,7 +67,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (moved == 0 && count != 0) {
           Check(v == 0x5A5A5A5A5A5A5A5AULL);
         } else if (count != 0) {
-          Check(moved == count && v == Extract(buffer, before, count));
+          Check(moved == count && v == ExtractBits(buffer, before, count));
         }
         break;
       }

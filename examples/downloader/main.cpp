@@ -18,6 +18,9 @@
 
 #include "Curl.h"
 
+using strmcommon::err_none;
+using strmcommon::kBitrateUnknown;
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -133,12 +136,12 @@ int main(int argc, char** argv) {
   Clock::time_point start = Clock::now();
   for (size_t size : sizes) {
     strmcommon::UnitObject* unit = nullptr;
-    strmcommon::UserData data{0, 0, 0, 99999999, 0, 0};
+    strmcommon::UserData data{0, 0, 0, kBitrateUnknown, 0, 0};
     curl.LockMutItem();
     int result =
         curl.BeginDownload(curl.GetRequestKey(), server.Url(size), false, unit, false, data);
     curl.UnlockMutItem();
-    if (result != 0 || unit == nullptr) {
+    if (result != err_none || unit == nullptr) {
       std::fprintf(stderr, "begin failed for %zu bytes: %d\n", size, result);
       curl.Quit();
       return 1;
@@ -167,7 +170,7 @@ int main(int argc, char** argv) {
     running.erase(unit);
     Receiver::File file = receiver.Take(unit);
     curl.EndDownload(unit);
-    bool good = code == 0 && file.bytes == request.size && file.intact;
+    bool good = code == err_none && file.bytes == request.size && file.intact;
     allGood = allGood && good;
     totalBytes += file.bytes;
     double seconds = Seconds(end - request.begin);

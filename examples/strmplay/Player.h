@@ -1,46 +1,39 @@
-// The client's playback session: what a playback engine does with the library, for one stream.
-//   - Curl fetches playlists, keys and segments (BeginDownload, GetCompleted, EndDownload), with
-//     the player as its ICurlCB and the BandwidthChecker as its IDownloadEvent;
-//   - the checker is polled every 50 ms; AdaptiveSegSwitcher decides once a segment on the
-//     measured bandwidth and a playback buffer model; switches go out through CPlayerSupport;
-//   - AES-128 segments are decrypted, and TsProbe finds PIDs, PCRs and the picture size.
+// The client's playback session for one stream: what a playback engine does with the library.
+// The jobs are units of their own: Fetcher (transfers, body sinks, retries), PlaybackModel (the
+// buffer), VariantSwitcher (the switch decision), PlayerEvents (the player callbacks),
+// SegmentDecryptor, TsProbe and VariantProber (looking into segments), LiveWatch (a live playlist
+// that stopped), Reporter (what the user is told). The player runs them in order: the master
+// playlist, the ladder, then segment after segment until the end of the stream, and at the end a
+// probe of the variants that were not played.
 #pragma once
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
-#include "AdaptiveSegSwitcher.h"
 #include "BandwidthChecker.h"
-#include "CHLSDataHandler.h"
-#include "CPlayerSupport.h"
 #include "Curl.h"
+#include "ExitStatus.h"
+#include "Fetcher.h"
+#include "Ladder.h"
+#include "LiveWatch.h"
 #include "LowLatency.h"
+#include "PlaybackModel.h"
+#include "PlayerEvents.h"
 #include "Playlist.h"
-#include "StatusLine.h"
+#include "Reporter.h"
+#include "SegmentDecryptor.h"
 #include "Trace.h"
+#include "TsOutput.h"
 #include "TsProbe.h"
+#include "VariantSwitcher.h"
 
 namespace strmplay {
 
-// The record the bandwidth checker gets from GetStreamInfo: its third word is the declared
-// bitrate of the stream, bit/s.
-struct StreamRecord {
-  std::uint32_t index;
-  std::uint32_t width;
-  std::uint32_t bitrate;
-  std::uint32_t height;
-};
-
-// The client's side of strmengine::CHLSDataHandler: the variant table as the checker sees it.
-class StreamTable : public strmengine::CHLSDataHandler {
- public:
-  std::vector<StreamRecord> records;
-};
+// Playlists larger than this are refused (and their transfer cut off).
+constexpr std::size_t kMaxPlaylistBytes = 4 * 1024 * 1024;
 
 struct PlayerOptions {
   std::string url;                      // master (or media) playlist
@@ -55,116 +48,79 @@ struct PlayerOptions {
   bool verbose = false;
 };
 
-struct VariantReport {
-  int bandwidth = 0;
-  int declaredWidth = 0, declaredHeight = 0;
-  int width = 0, height = 0;  // from the SPS, 0 when not seen
-  bool played = false;
-  int segments = 0;
-  int videoPid = -1, audioPid = -1;
-  bool probeFailed = false;  // reported once
-  bool announced = false;    // its playlist has been described
-  std::string uri;
-};
-
-struct PlayerSummary {
-  int segmentsTotal = 0;
-  int segmentsFetched = 0;
-  int segmentsFailed = 0;
-  double mediaSeconds = 0.0;  // played
-  double runSeconds = 0.0;    // model time from start to the end of playback
-  double startupSeconds = 0.0;
-  double rebufferSeconds = 0.0;
-  int stalls = 0;
-  double averageBitrateKbps = 0;  // declared bitrate of the played segments, weighted by duration
-  int switchesUp = 0, switchesDown = 0;
-  std::uint64_t mediaBytes = 0, otherBytes = 0;
-  std::map<int, int> errors;  // result code -> count
-  int decryptFailures = 0;
-  int encryptedSegments = 0;
-  std::vector<VariantReport> variants;  // ascending bandwidth
-};
-
-class Player : public strmcommon::ICurlCB {
+class Player {
  public:
-  Player(const PlayerOptions& options, StatusLine& status, Trace& trace);
-  ~Player() override;
+  // output may be null (no --output).
+  Player(const PlayerOptions& options, Reporter& reporter, Trace& trace, TsOutput* output);
+  ~Player();
 
-  // Plays the stream to its end. False when it could not start (no playlist, nothing to play).
-  bool Run(std::string& error);
+  // Plays the stream to its end, or until a stop is asked for (StopSignal.h).
+  ExitStatus Run();
   const PlayerSummary& Summary() const { return m_summary; }
-
-  // ICurlCB
-  int OnDownloadStart(strmcommon::UnitObject* unit) override;
-  int OnDownloadData(strmcommon::UnitObject* unit, int code, unsigned char* data,
-                     unsigned int size) override;
-  int OnRedirect(strmcommon::UnitObject* unit, const char* url) override;
+  // Why the run ended early, in words; empty when it did not.
+  const std::string& Error() const { return m_error; }
 
  private:
-  enum TransferType { kPlaylist = 1, kKey = 2, kSegment = 3 };
-
-  // Fetches one URL through Curl, pumping the model while it runs. Returns the final code.
-  // A range ("first-last") goes in front of the URL, the way BeginDownload takes it.
-  int Fetch(const std::string& url, TransferType type, int stream, int segment, bool noMeasure,
-            std::vector<std::uint8_t>& body, const std::string& range = std::string());
-  bool FetchText(const std::string& url, std::string& text, std::string& error);
-  bool LoadMediaPlaylist(int variant, std::string& error);
-  // Hands the low-latency tags of a media playlist to the library's low-latency state.
+  bool StartEngine();
+  bool LoadMaster();
+  // Fetches and reads the media playlist of a variant (again, when reload is set).
+  bool LoadMediaPlaylist(int variant, bool reload, std::string& error);
   void ApplyLowLatency(const MediaPlaylist& pl);
-  bool SegmentPlain(int variant, const Segment& seg, std::vector<std::uint8_t>& body);
-  void ProbeSegment(int variant, const std::vector<std::uint8_t>& plain);
-  // Advances the buffer model and runs the 50 ms duties (poll, trace, status line).
-  void Pump();
-  void WaitUntil(const std::function<bool()>& done);
-  double ModelNow() const;
-  double BufferSeconds() const { return m_buffer; }
-  void OnSwitch(unsigned int from, unsigned int to);
-  void ProbeUnplayedVariants();
-  // Once a segment: the buffer trend, the switch decision, and the switch itself.
+  FetchResult FetchPlaylist(const std::string& url);
+  bool FetchKey(const std::string& url, std::vector<std::uint8_t>& key, std::string& error);
+  void FetchSegment(const Segment& seg, int index);
+  // Looks into a clear segment; false when it is not a transport stream.
+  bool ProbeSegment(int variant, const std::vector<std::uint8_t>& plain, bool afterDiscontinuity,
+                    int& width, int& height);
   void DecideVariant();
-  // Fetches, decrypts and probes one segment of the current variant and buffers it.
-  bool FetchSegment(const Segment& seg, int index);
   void PlayVod(double total);
   void PlayLive();
-  static strmcommon::tag_VAS_Status BandwidthEvent(unsigned int event, unsigned int from,
-                                                   unsigned int to, unsigned long long videoPts,
-                                                   unsigned long long audioPts, void* user);
+  void ProbeUnplayedVariants();
+  // Advances the buffer model and runs the 50 ms duties (poll, trace, status line).
+  void Tick();
+  void WaitUntil(const std::function<bool()>& done);
+  double Now() const { return m_model.Now(); }
+  // Real seconds since the start: the clock of a live stream's reloads.
+  double RealNow() const;
+  bool Stopping();
+  void OnFetchFailed(const FetchRequest& request, const FetchAttempt& attempt);
+  void Fail(ExitStatus status, const std::string& error);
+  ExitStatus Finish();
 
   PlayerOptions m_options;
-  StatusLine& m_status;
+  Reporter& m_reporter;
   Trace& m_trace;
+  TsOutput* m_output;
+
   std::unique_ptr<strmcommon::Curl> m_curl;
+  std::unique_ptr<Fetcher> m_fetcher;
   strmcommon::BandwidthChecker m_checker;
-  strmcommon::AdaptiveSegSwitcher m_switcher;
-  strmcommon::CPlayerSupport m_support;
-  StreamTable m_table;
+  VariantSwitcher m_switcher;
+  PlayerEvents m_events;
   strmcommon::LowLatency m_lowLatency;
+  SegmentDecryptor m_decryptor;
+  PlaybackModel m_model;
+  LiveWatch m_liveWatch;
 
-  std::mutex m_bodyLock;  // the worker thread appends, the player thread takes
-  std::map<strmcommon::UnitObject*, std::vector<std::uint8_t>*> m_sinks;
-  std::vector<std::uint8_t>* m_nextSink = nullptr;
-
-  std::string m_masterUrl;
-  std::vector<Variant> m_variants;  // ascending bandwidth
-  std::vector<std::string> m_mediaUrls;
+  std::string m_masterUrl;  // where the master playlist came from, after redirects
+  strmplay::Ladder m_ladder;
+  std::vector<std::string> m_mediaUrls;   // as resolved from the master playlist
+  std::vector<std::string> m_mediaBases;  // where each media playlist came from
   std::vector<MediaPlaylist> m_media;
   std::vector<bool> m_mediaLoaded;
   std::vector<std::unique_ptr<TsProbe>> m_probes;
-  std::map<std::string, std::vector<std::uint8_t>> m_keys;
 
   int m_current = 0;
   double m_position = 0.0;  // media seconds fetched so far (start of the next segment)
-  double m_buffer = 0.0;    // media seconds buffered
-  bool m_playing = false;
-  bool m_started = false;
-  bool m_allFetched = false;
   bool m_live = false;
-  double m_stallStart = 0.0;
-  double m_lastModel = 0.0;
+  bool m_pendingDiscontinuity = false;
   long long m_realStart = 0;
   long long m_lastPoll = 0;
   int m_segmentsDone = 0;
   double m_bitrateSeconds = 0.0;  // sum of declared kbit/s x seconds played
+  bool m_stopped = false;         // the user stopped the run
+  ExitStatus m_exit = kExitPlayed;
+  std::string m_error;
 
   PlayerSummary m_summary;
 };

@@ -86,6 +86,24 @@ std::map<std::string, std::string> ParseAttributeList(const std::string& text) {
   return attrs;
 }
 
+bool IsAudioOnlyCodecs(const std::string& codecs) {
+  // Sample entry names of the video codecs an HLS variant can carry.
+  static constexpr const char* kVideoCodecs[] = {"avc1", "avc3", "hvc1", "hev1", "dvh1",
+                                                 "dvhe", "vp08", "vp09", "av01", "mp4v"};
+  bool any = false;
+  std::istringstream in(codecs);
+  std::string codec;
+  while (std::getline(in, codec, ',')) {
+    const auto first = codec.find_first_not_of(' ');
+    if (first == std::string::npos) continue;
+    any = true;
+    for (const char* video : kVideoCodecs) {
+      if (codec.compare(first, 4, video) == 0) return false;
+    }
+  }
+  return any;
+}
+
 bool IsMasterPlaylist(const std::string& text) {
   return text.find("#EXT-X-STREAM-INF") != std::string::npos;
 }
@@ -117,6 +135,18 @@ bool ParseMasterPlaylist(const std::string& text, MasterPlaylist& out, std::stri
       it = attrs.find("CODECS");
       if (it != attrs.end()) variant.codecs = it->second;
       pending = true;
+    } else if (StartsWith(line, "#EXT-X-MEDIA:", &rest)) {
+      const auto attrs = ParseAttributeList(rest);
+      Rendition rendition;
+      auto it = attrs.find("TYPE");
+      if (it != attrs.end()) rendition.type = it->second;
+      it = attrs.find("GROUP-ID");
+      if (it != attrs.end()) rendition.groupId = it->second;
+      it = attrs.find("NAME");
+      if (it != attrs.end()) rendition.name = it->second;
+      it = attrs.find("URI");
+      if (it != attrs.end()) rendition.uri = it->second;
+      out.renditions.push_back(rendition);
     } else if (line[0] != '#' && pending) {
       variant.uri = line;
       out.variants.push_back(variant);
@@ -143,6 +173,7 @@ bool ParseMediaPlaylist(const std::string& text, MediaPlaylist& out, std::string
   bool sequenceSet = false;
   std::string lastRangeUri;  // a byte range without offset continues the previous one
   long long lastRangeEnd = 0;
+  unsigned int discontinuitySequence = 0;
   for (std::size_t n = 1; n < lines.size(); ++n) {
     const std::string& line = lines[n];
     std::string rest;
@@ -162,6 +193,15 @@ bool ParseMediaPlaylist(const std::string& text, MediaPlaylist& out, std::string
       out.playlistType = rest;
     } else if (StartsWith(line, "#EXT-X-ENDLIST")) {
       out.endList = true;
+    } else if (StartsWith(line, "#EXT-X-DISCONTINUITY-SEQUENCE:", &rest)) {
+      discontinuitySequence = AttrUInt(rest);
+    } else if (StartsWith(line, "#EXT-X-DISCONTINUITY")) {
+      next.discontinuity = true;
+      ++discontinuitySequence;
+    } else if (StartsWith(line, "#EXT-X-MAP:", &rest)) {
+      const auto attrs = ParseAttributeList(rest);
+      const auto it = attrs.find("URI");
+      out.mapUri = it == attrs.end() ? std::string("(no URI)") : it->second;
     } else if (StartsWith(line, "#EXT-X-KEY:", &rest)) {
       const auto attrs = ParseAttributeList(rest);
       key = KeyInfo();
@@ -203,6 +243,7 @@ bool ParseMediaPlaylist(const std::string& text, MediaPlaylist& out, std::string
         lastRangeEnd = next.rangeOffset + next.rangeLength;
       }
       next.sequence = sequence++;
+      next.discontinuitySequence = discontinuitySequence;
       next.key = key;
       next.programDateTime = nextDateTime;
       if (nextDateTime != 0) nextDateTime += static_cast<long long>(next.duration * 1000.0 + 0.5);

@@ -18,8 +18,17 @@ struct Variant {
   std::string uri;  // as written in the playlist (maybe relative)
 };
 
+// One EXT-X-MEDIA entry: an alternative rendition (audio, subtitles, ...) of a group.
+struct Rendition {
+  std::string type;     // AUDIO, VIDEO, SUBTITLES, CLOSED-CAPTIONS
+  std::string groupId;  // GROUP-ID
+  std::string name;     // NAME
+  std::string uri;      // as written, empty when the rendition is carried in the variants
+};
+
 struct MasterPlaylist {
-  std::vector<Variant> variants;  // in playlist order
+  std::vector<Variant> variants;      // in playlist order
+  std::vector<Rendition> renditions;  // in playlist order
 };
 
 // EXT-X-KEY as it applies to a segment. method "NONE" (or empty) means clear text.
@@ -40,6 +49,8 @@ struct Segment {
   long long programDateTime = 0;  // ms since 1970 of EXT-X-PROGRAM-DATE-TIME, 0 when none known
   long long rangeLength = -1;     // EXT-X-BYTERANGE: bytes of the resource, -1 for all of it
   long long rangeOffset = 0;      // first byte, when rangeLength is not -1
+  bool discontinuity = false;     // EXT-X-DISCONTINUITY stands before it
+  unsigned int discontinuitySequence = 0;
 
   // "first-last" for an HTTP Range, empty for the whole resource.
   std::string RangeText() const;
@@ -63,6 +74,7 @@ struct MediaPlaylist {
   ServerControl serverControl;
   bool hasPartInf = false;
   double partTarget = 0.0;  // EXT-X-PART-INF PART-TARGET, seconds
+  std::string mapUri;       // EXT-X-MAP URI: the segments are fragmented MP4, not TS
   std::vector<Segment> segments;
 
   double TotalDuration() const;
@@ -74,6 +86,9 @@ std::map<std::string, std::string> ParseAttributeList(const std::string& text);
 
 // True when the text carries EXT-X-STREAM-INF, i.e. is a master playlist.
 bool IsMasterPlaylist(const std::string& text);
+
+// True when a CODECS list names audio codecs only (no video codec among them).
+bool IsAudioOnlyCodecs(const std::string& codecs);
 
 // Both return false (with a reason in error) when the text doesn't start with #EXTM3U or holds
 // nothing usable.

@@ -20,7 +20,47 @@ bool SectionStart(const std::uint8_t* payload, int size, const std::uint8_t*& se
   return sectionSize >= 8;
 }
 
+struct Profile {
+  int idc;
+  const char* name;
+  bool misread;  // carries the chroma fields, and the library's parser skips them
+};
+
+constexpr Profile kProfiles[] = {
+    {66, "Baseline", false},
+    {77, "Main", false},
+    {88, "Extended", false},
+    {100, "High", false},
+    {110, "High 10", false},
+    {122, "High 4:2:2", false},
+    {144, "High 4:4:4", false},
+    {244, "High 4:4:4 Predictive", true},
+    {44, "CAVLC 4:4:4 Intra", true},
+    {83, "Scalable Baseline", true},
+    {86, "Scalable High", true},
+    {118, "Multiview High", true},
+    {128, "Stereo High", true},
+    {138, "Multiview Depth High", true},
+    {139, "Enhanced Multiview Depth High", true},
+    {134, "MFC High", true},
+    {135, "MFC Depth High", true},
+};
+
 }  // namespace
+
+bool SpsProfileMisread(int profileIdc) {
+  for (const auto& p : kProfiles) {
+    if (p.idc == profileIdc) return p.misread;
+  }
+  return false;
+}
+
+std::string SpsProfileName(int profileIdc) {
+  for (const auto& p : kProfiles) {
+    if (p.idc == profileIdc) return p.name;
+  }
+  return "profile " + std::to_string(profileIdc);
+}
 
 void TsProbe::ReadPat(const std::uint8_t* section, int size) {
   BitstreamReader r;
@@ -89,6 +129,7 @@ ProbeResult TsProbe::Probe(const std::vector<std::uint8_t>& segment) {
   parser.Reset();
   std::vector<std::uint8_t> es;  // video elementary stream bytes, until the SPS is parsed
   long long spsStart = -1;
+  bool spsUnparsed = false;  // an SPS was seen that gave no picture size
 
   for (std::size_t off = 0; off + kPacketSize <= segment.size(); off += kPacketSize) {
     const std::uint8_t* p = segment.data() + off;
@@ -150,7 +191,7 @@ ProbeResult TsProbe::Probe(const std::vector<std::uint8_t>& segment) {
     if (last >= 0 && ((last + 1) & 0x0F) != static_cast<int>(cc)) ++result.continuityErrors;
     m_program.SetEsCount(static_cast<int>(pid), static_cast<int>(cc));
 
-    if (result.spsFound) continue;
+    if (result.spsFound || result.spsUnreadable) continue;
     int esOffset = 0;
     if (pusi) {
       // PES header: start code, stream id, length, two flag bytes, header data length.
@@ -167,6 +208,14 @@ ProbeResult TsProbe::Probe(const std::vector<std::uint8_t>& segment) {
           parser.ParseHeader(es.data() + chunkStart, static_cast<int>(es.size() - chunkStart));
       if (found == 1) {
         spsStart = static_cast<long long>(chunkStart) + parser.GetSpsOffet() + 1;
+        if (static_cast<std::size_t>(spsStart) < es.size()) {
+          result.spsProfile = es[static_cast<std::size_t>(spsStart)];
+          if (SpsProfileMisread(result.spsProfile)) {
+            result.spsUnreadable = true;
+            es.clear();
+            continue;
+          }
+        }
       } else if (found == 2) {
         es.clear();  // a slice came before any SPS: try again at the next PES packet
         parser.Reset();
@@ -180,19 +229,26 @@ ProbeResult TsProbe::Probe(const std::vector<std::uint8_t>& segment) {
         result.spsFound = true;
       }
       if (!result.spsFound) {
+        spsUnparsed = true;
         spsStart = -1;  // unreadable: look for the next SPS
         parser.Reset();
       }
       es.clear();
     }
   }
-  if (!result.spsFound && spsStart >= 0 && es.size() > static_cast<std::size_t>(spsStart)) {
+  if (!result.spsFound && !result.spsUnreadable && spsStart >= 0 &&
+      es.size() > static_cast<std::size_t>(spsStart)) {
     strmcommon::H264SequenceSetParse sps{};
     if (parser.ParseSPS(es.data() + spsStart, static_cast<int>(es.size() - spsStart), sps) &&
         parser.CalcResolution(sps, result.width, result.height)) {
       result.spsFound = true;
+    } else {
+      result.spsUnreadable = true;
     }
   }
+  if (spsUnparsed && !result.spsFound) result.spsUnreadable = true;
+  if (!result.spsFound) result.width = result.height = 0;
+  result.transportStream = true;
   result.pmtPid = m_program.m_pmtPid == 0xFFFF ? -1 : m_program.m_pmtPid;
   result.videoPid = m_program.m_videoPid == 0xFFFF ? -1 : m_program.m_videoPid;
   result.audioPid = m_audioPid;

@@ -1,16 +1,22 @@
 // strmplay: plays an HLS stream through libstrmcommon, the way a playback engine drives it.
 // With no URL it serves the sample stream that ships with it from a loopback server whose rate
 // changes over time, so that the adaptive switching can be watched.
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
-#include "LoopbackServer.h"
+#include "ExitStatus.h"
 #include "Player.h"
 #include "RateSchedule.h"
+#include "Reporter.h"
+#include "SampleServer.h"
 #include "StatusLine.h"
+#include "StopSignal.h"
 #include "Trace.h"
+#include "TsOutput.h"
+#include "url_util.h"
 
 #ifndef STRMPLAY_SAMPLE_DIR
 #define STRMPLAY_SAMPLE_DIR "sample"
@@ -33,6 +39,8 @@ void Usage(std::FILE* out) {
                "                        (default \"%s\")\n"
                "  --cap KBPS            cap on the link rate (built-in server) or on the\n"
                "                        download speed (URL)\n"
+               "  -o, --output FILE     write the clear transport stream of what was played\n"
+               "                        (- for standard output; the messages go to stderr)\n"
                "  --csv FILE            write the trace as CSV\n"
                "  --svg FILE            plot the trace as SVG\n"
                "  --client-name NAME    cookies are kept across runs under this name\n"
@@ -44,7 +52,12 @@ void Usage(std::FILE* out) {
                "  --sample DIR          stream directory of the built-in server\n"
                "                        (default %s)\n"
                "  --verbose             more detail, and the library's log on stderr\n"
-               "  --help\n",
+               "  --help\n"
+               "\n"
+               "Exit status: 0 every segment played; 1 segments failed or were not playable;\n"
+               "2 wrong command line; 3 nothing to play (playlist failed, stream refused);\n"
+               "4 the live playlist stopped changing; 5 the output could not be written;\n"
+               "130 stopped by Ctrl-C (after the summary).\n",
                kQuickScale, kDefaultSchedule, STRMPLAY_SAMPLE_DIR);
 }
 
@@ -59,7 +72,7 @@ bool NeedValue(int i, int argc, const char* option) {
 int main(int argc, char** argv) {
   strmplay::PlayerOptions options;
   std::string scheduleText = kDefaultSchedule;
-  std::string csvPath, svgPath, sampleDir = STRMPLAY_SAMPLE_DIR;
+  std::string csvPath, svgPath, outputPath, sampleDir = STRMPLAY_SAMPLE_DIR;
   int capKbps = 0;
   bool quick = false;
   for (int i = 1; i < argc; ++i) {
@@ -72,57 +85,60 @@ int main(int argc, char** argv) {
     } else if (arg == "--verbose" || arg == "-v") {
       options.verbose = true;
     } else if (arg == "--rate-schedule") {
-      if (!NeedValue(i, argc, argv[i])) return 2;
+      if (!NeedValue(i, argc, argv[i])) return strmplay::kExitUsage;
       scheduleText = argv[++i];
     } else if (arg == "--cap") {
-      if (!NeedValue(i, argc, argv[i])) return 2;
+      if (!NeedValue(i, argc, argv[i])) return strmplay::kExitUsage;
       capKbps = std::atoi(argv[++i]);
       if (capKbps <= 0) {
         std::fprintf(stderr, "strmplay: --cap wants a positive kbit/s value\n");
-        return 2;
+        return strmplay::kExitUsage;
       }
+    } else if (arg == "--output" || arg == "-o") {
+      if (!NeedValue(i, argc, argv[i])) return strmplay::kExitUsage;
+      outputPath = argv[++i];
     } else if (arg == "--csv") {
-      if (!NeedValue(i, argc, argv[i])) return 2;
+      if (!NeedValue(i, argc, argv[i])) return strmplay::kExitUsage;
       csvPath = argv[++i];
     } else if (arg == "--svg") {
-      if (!NeedValue(i, argc, argv[i])) return 2;
+      if (!NeedValue(i, argc, argv[i])) return strmplay::kExitUsage;
       svgPath = argv[++i];
     } else if (arg == "--client-name") {
-      if (!NeedValue(i, argc, argv[i])) return 2;
+      if (!NeedValue(i, argc, argv[i])) return strmplay::kExitUsage;
       options.clientName = argv[++i];
       if (options.clientName.empty() || options.clientName.find('/') != std::string::npos) {
         std::fprintf(stderr, "strmplay: --client-name wants a plain name\n");
-        return 2;
+        return strmplay::kExitUsage;
       }
     } else if (arg == "--start") {
-      if (!NeedValue(i, argc, argv[i])) return 2;
+      if (!NeedValue(i, argc, argv[i])) return strmplay::kExitUsage;
       options.startVariant = std::atoi(argv[++i]);
     } else if (arg == "--max-buffer") {
-      if (!NeedValue(i, argc, argv[i])) return 2;
+      if (!NeedValue(i, argc, argv[i])) return strmplay::kExitUsage;
       options.maxBufferSeconds = std::atof(argv[++i]);
       if (options.maxBufferSeconds < 2.0) {
         std::fprintf(stderr, "strmplay: --max-buffer wants at least 2 seconds\n");
-        return 2;
+        return strmplay::kExitUsage;
       }
     } else if (arg == "--duration") {
-      if (!NeedValue(i, argc, argv[i])) return 2;
+      if (!NeedValue(i, argc, argv[i])) return strmplay::kExitUsage;
       options.maxMediaSeconds = std::atof(argv[++i]);
       if (options.maxMediaSeconds <= 0.0) {
         std::fprintf(stderr, "strmplay: --duration wants a positive number of seconds\n");
-        return 2;
+        return strmplay::kExitUsage;
       }
     } else if (arg == "--sample") {
-      if (!NeedValue(i, argc, argv[i])) return 2;
+      if (!NeedValue(i, argc, argv[i])) return strmplay::kExitUsage;
       sampleDir = argv[++i];
-    } else if (!arg.empty() && arg[0] == '-') {
+    } else if (arg.size() > 1 && arg[0] == '-') {
       std::fprintf(stderr, "strmplay: unknown option %s\n", arg.c_str());
       Usage(stderr);
-      return 2;
+      return strmplay::kExitUsage;
     } else if (options.url.empty()) {
       options.url = arg;
     } else {
       std::fprintf(stderr, "strmplay: one URL only\n");
-      return 2;
+      return strmplay::kExitUsage;
     }
   }
   // The library logs through the platform's log service; keep it off the terminal unless asked.
@@ -133,93 +149,94 @@ int main(int argc, char** argv) {
   std::string error;
   if (!schedule.Parse(scheduleText, error)) {
     std::fprintf(stderr, "strmplay: %s\n", error.c_str());
-    return 2;
+    return strmplay::kExitUsage;
   }
   schedule.SetCap(capKbps);
 
-  strmplay::StatusLine status(stdout);
+  // With the stream on standard output, every message goes to standard error.
+  strmplay::TsOutput output;
+  if (!outputPath.empty() && !output.Open(outputPath, error)) {
+    std::fprintf(stderr, "strmplay: %s\n", error.c_str());
+    return strmplay::kExitUsage;
+  }
+  std::FILE* text = output.ToStandardOutput() ? stderr : stdout;
+  // A reader of --output that goes away ends the writes with an error, not the program.
+  std::signal(SIGPIPE, SIG_IGN);
+  strmplay::InstallStopSignals();
+  // The library's standard-scheme list has no lock: fill it before the engine's worker thread
+  // and this one both resolve URLs.
+  url_util::Initialize();
+
+  strmplay::StatusLine status(text);
+  strmplay::Reporter reporter(status, options.timeScale);
   strmplay::Trace trace;
-  std::unique_ptr<strmplay::LoopbackServer> server;
+  std::unique_ptr<strmplay::SampleServer> server;
   if (options.url.empty()) {
-    server = std::make_unique<strmplay::LoopbackServer>(schedule, options.timeScale);
+    server = std::make_unique<strmplay::SampleServer>(schedule, options.timeScale);
     if (!server->Load(sampleDir, error) || !server->Start(error)) {
       std::fprintf(stderr, "strmplay: built-in server: %s\n", error.c_str());
-      return 1;
+      return strmplay::kExitCannotPlay;
     }
     options.url = server->BaseUrl() + "master.m3u8";
     strmplay::Link* link = &server->GetLink();
     options.linkRateKbps = [link] { return link->RateNowKbps(); };
-    std::printf("built-in server %s, link %s%s\n", options.url.c_str(), schedule.ToString().c_str(),
-                quick ? " (time compressed 10x)" : "");
+    std::fprintf(text, "built-in server %s, link %s%s\n", options.url.c_str(),
+                 schedule.ToString().c_str(), quick ? " (time compressed 10x)" : "");
     link->Start();
   } else {
     options.capKbps = capKbps;
     if (capKbps > 0) options.linkRateKbps = [capKbps] { return capKbps; };
-    std::printf("playing %s%s\n", options.url.c_str(), quick ? " (time compressed 10x)" : "");
+    std::fprintf(text, "playing %s%s\n", options.url.c_str(),
+                 quick ? " (time compressed 10x)" : "");
   }
 
-  strmplay::Player player(options, status, trace);
-  const bool ok = player.Run(error);
+  strmplay::Player player(options, reporter, trace, output.IsOpen() ? &output : nullptr);
+  int exitStatus = player.Run();
   status.Finish();
   if (server) server->Stop();
-  if (!ok) {
-    std::fprintf(stderr, "strmplay: %s\n", error.c_str());
-    return 1;
-  }
 
-  const strmplay::PlayerSummary& s = player.Summary();
-  std::printf("\nsummary\n");
-  std::printf("  segments fetched: %d/%d (failed %d, encrypted %d)\n", s.segmentsFetched,
-              s.segmentsTotal, s.segmentsFailed, s.encryptedSegments);
-  std::printf("  played: %.1f s of media in %.1f s (startup %.1f s)\n", s.mediaSeconds,
-              s.runSeconds, s.startupSeconds);
-  std::printf("  rebuffering: %.1f s in %d stalls\n", s.rebufferSeconds, s.stalls);
-  std::printf("  average bitrate: %.0f kbit/s\n", s.averageBitrateKbps);
-  std::printf("  switches: %d (up %d, down %d)\n", s.switchesUp + s.switchesDown, s.switchesUp,
-              s.switchesDown);
-  std::printf("  bytes: %llu (media %llu, playlists/keys/probes %llu)\n",
-              static_cast<unsigned long long>(s.mediaBytes + s.otherBytes),
-              static_cast<unsigned long long>(s.mediaBytes),
-              static_cast<unsigned long long>(s.otherBytes));
-  std::string errors;
-  for (const auto& e : s.errors) {
-    errors +=
-        (errors.empty() ? "" : ", ") + std::to_string(e.first) + " x" + std::to_string(e.second);
-  }
-  if (s.decryptFailures > 0) {
-    errors += (errors.empty() ? "" : ", ") + std::string("decryption x") +
-              std::to_string(s.decryptFailures);
-  }
-  std::printf("  errors by code: %s\n", errors.empty() ? "none" : errors.c_str());
-  for (std::size_t i = 0; i < s.variants.size(); ++i) {
-    const auto& v = s.variants[i];
-    std::printf("  resolution v%zu: %dx%d (playlist %dx%d, %d kbit/s, %d segments played)\n", i,
-                v.width, v.height, v.declaredWidth, v.declaredHeight, v.bandwidth / 1000,
-                v.segments);
-  }
+  std::fputs(strmplay::Reporter::SummaryText(player.Summary()).c_str(), text);
   if (server) {
     const int visits = server->CookieVisitsSeen();
     if (visits > 0) {
-      std::printf("  cookies: the server's cookie came back (visit %d) under client name %s\n",
-                  visits + 1, options.clientName.c_str());
+      std::fprintf(text,
+                   "  cookies: the server's cookie came back (visit %d) under client name %s\n",
+                   visits + 1, options.clientName.c_str());
     } else {
-      std::printf("  cookies: first visit under client name %s\n", options.clientName.c_str());
+      std::fprintf(text, "  cookies: first visit under client name %s\n",
+                   options.clientName.c_str());
     }
   }
-
+  if (output.IsOpen()) {
+    std::fprintf(text, "  output: %llu bytes of transport stream, %d segments, to %s\n",
+                 static_cast<unsigned long long>(output.Bytes()), output.Segments(),
+                 output.ToStandardOutput() ? "standard output" : outputPath.c_str());
+    if (!output.Close(error) && exitStatus == strmplay::kExitPlayed) {
+      std::fprintf(stderr, "strmplay: %s\n", error.c_str());
+      exitStatus = strmplay::kExitOutputFailed;
+    }
+  }
   if (!csvPath.empty() && !trace.WriteCsv(csvPath, error)) {
     std::fprintf(stderr, "strmplay: %s\n", error.c_str());
-    return 1;
+    return strmplay::kExitOutputFailed;
   }
   if (!svgPath.empty()) {
     const std::string title =
         "strmplay: " + (server ? "built-in sample, link " + schedule.ToString() : options.url);
     if (!trace.WriteSvg(svgPath, title, error)) {
       std::fprintf(stderr, "strmplay: %s\n", error.c_str());
-      return 1;
+      return strmplay::kExitOutputFailed;
     }
   }
-  if (!csvPath.empty()) std::printf("trace written to %s\n", csvPath.c_str());
-  if (!svgPath.empty()) std::printf("plot written to %s\n", svgPath.c_str());
-  return s.segmentsFetched == s.segmentsTotal && s.decryptFailures == 0 ? 0 : 1;
+  if (!csvPath.empty()) std::fprintf(text, "trace written to %s\n", csvPath.c_str());
+  if (!svgPath.empty()) std::fprintf(text, "plot written to %s\n", svgPath.c_str());
+  if (!player.Error().empty()) {
+    std::fprintf(stderr, "strmplay: %s (exit status %d)\n", player.Error().c_str(), exitStatus);
+  } else if (exitStatus == strmplay::kExitSegmentErrors) {
+    std::fprintf(stderr, "strmplay: %d of %d segments were not played (exit status %d)\n",
+                 player.Summary().segmentsFailed, player.Summary().segmentsTotal, exitStatus);
+  } else if (exitStatus == strmplay::kExitInterrupted) {
+    std::fprintf(stderr, "strmplay: stopped by Ctrl-C (exit status %d)\n", exitStatus);
+  }
+  return exitStatus;
 }

@@ -1,6 +1,7 @@
 /* Linux stand-in for the platform log service: one line per call on stderr, plus a test sink. */
 #include "dlog.h"
 
+#include <ctype.h>
 #include <pthread.h>
 #include <stdarg.h>
 #include <stdio.h>
@@ -14,24 +15,19 @@ static dlog_capture_sink g_sink;
 static void* g_sink_ctx;
 static int g_level = -1;
 
+/* The letter of each priority, indexed by its value. */
+static const char kPriorityLetters[] = "??VDIWEFS";
+
 static int level_from_env(void) {
   const char* v = getenv("DLOG_STUB_LEVEL");
   if (v == NULL || *v == '\0') return DLOG_INFO;
-  switch (*v) {
-    case 'V': case 'v': return DLOG_VERBOSE;
-    case 'D': case 'd': return DLOG_DEBUG;
-    case 'I': case 'i': return DLOG_INFO;
-    case 'W': case 'w': return DLOG_WARN;
-    case 'E': case 'e': return DLOG_ERROR;
-    case 'F': case 'f': return DLOG_FATAL;
-    case 'S': case 's': return DLOG_SILENT;
-    default: return atoi(v);
-  }
+  /* A letter names a priority (V, D, I, W, E, F or S, either case); anything else is a number. */
+  const char* letter = strchr(kPriorityLetters + DLOG_VERBOSE, toupper((unsigned char)*v));
+  return letter != NULL ? (int)(letter - kPriorityLetters) : atoi(v);
 }
 
 static char priority_letter(int prio) {
-  static const char letters[] = "??VDIWEFS";
-  return (prio >= 0 && prio < (int)sizeof(letters) - 1) ? letters[prio] : '?';
+  return (prio >= 0 && prio < (int)sizeof(kPriorityLetters) - 1) ? kPriorityLetters[prio] : '?';
 }
 
 void dlog_stub_set_capture(dlog_capture_sink sink, void* ctx) {

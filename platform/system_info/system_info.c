@@ -55,7 +55,8 @@ static int lookup_file(const char* path, const char* key, bool* out) {
   if (f == NULL) return 0;
   char line[1024];
   int found = 0;
-  while (!found && fgets(line, sizeof line, f)) found = match_entry(line, line + strlen(line), key, out);
+  while (!found && fgets(line, sizeof line, f))
+    found = match_entry(line, line + strlen(line), key, out);
   fclose(f);
   return found;
 }
@@ -64,10 +65,16 @@ int system_info_get_custom_bool(const char* key, bool* value) {
   __atomic_add_fetch(&g_calls, 1, __ATOMIC_SEQ_CST);
   if (key == NULL || value == NULL) return SYSTEM_INFO_ERROR_INVALID_PARAMETER;
   switch (g_mode) {
-    case SYSTEM_INFO_STUB_FAIL: return SYSTEM_INFO_ERROR_IO_ERROR;
-    case SYSTEM_INFO_STUB_TRUE: *value = true; return SYSTEM_INFO_ERROR_NONE;
-    case SYSTEM_INFO_STUB_FALSE: *value = false; return SYSTEM_INFO_ERROR_NONE;
-    default: break;
+    case SYSTEM_INFO_STUB_FAIL:
+      return SYSTEM_INFO_ERROR_IO_ERROR;
+    case SYSTEM_INFO_STUB_TRUE:
+      *value = true;
+      return SYSTEM_INFO_ERROR_NONE;
+    case SYSTEM_INFO_STUB_FALSE:
+      *value = false;
+      return SYSTEM_INFO_ERROR_NONE;
+    default:
+      break;
   }
   bool answer = false;
   if (!lookup_list(getenv("SYSTEM_INFO_STUB_KEYS"), key, &answer)) {

@@ -1,7 +1,7 @@
-#include "DLog.h"
-
+// The log macros: the id, priority, tag and prefix of every line.
 #include <gtest/gtest.h>
 
+#include "DLog.h"
 #include "LogCapture.h"
 
 using testsupport::LogCapture;

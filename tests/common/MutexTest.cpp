@@ -77,27 +77,24 @@ TEST(Mutex, SignalWithoutAWaiterIsLost) {
   Mutex mutex;
   mutex.Signal();
   std::atomic<bool> waiting{false};
-  std::atomic<bool> woke{false};
-  std::atomic<bool> release{false};
+  std::atomic<int> returns{0};
   std::thread waiter([&] {
     mutex.Lock();
     waiting = true;
-    do {
-      mutex.Wait();
-    } while (!release.load());
+    mutex.Wait();  // once: a remembered signal would end it at once
+    ++returns;
     mutex.Unlock();
-    woke = true;
   });
   ASSERT_TRUE(WaitFor([&] { return waiting.load(); }));
-  // The earlier signal does not count for this wait.
-  EXPECT_FALSE(WaitFor([&] { return woke.load(); }, std::chrono::milliseconds(100)));
-  release = true;
-  // Signal needs no lock; repeat until the waiter has really gone into its wait.
-  EXPECT_TRUE(WaitFor([&] {
-    mutex.Signal();
-    return woke.load();
-  }));
+  // The waiter holds the lock until its wait gives it up, so having it means the wait began.
+  mutex.Lock();
+  mutex.Unlock();
+  EXPECT_FALSE(WaitFor([&] { return returns.load() != 0; }, std::chrono::milliseconds(200)))
+      << "the signal given before the wait ended it";
+  mutex.Signal();
+  EXPECT_TRUE(WaitFor([&] { return returns.load() != 0; }));
   waiter.join();
+  EXPECT_EQ(returns.load(), 1);
 }
 
 TEST(RecursiveMutex, SameThreadLocksTwice) {

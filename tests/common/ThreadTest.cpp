@@ -10,8 +10,10 @@
 #include "SysInterpose.h"
 #include "Thread.h"
 #include "WaitFor.h"
+#include "WholeLogLine.h"
 
 using strmcommon::Thread;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 using testsupport::WaitFor;
 
@@ -231,6 +233,7 @@ TEST_F(ThreadTest, JoinAfterFailedCreatePassesTheStaleHandleLogsAndClearsIsThrea
   EXPECT_FALSE(thread.Join(nullptr));
   EXPECT_EQ(sysinterpose::joinCalls.load(), 1);
   auto lines = capture.WithMessage("thread::join => fail, 3");
+  EXPECT_TRUE(HasWholeLine(capture, "Thread.cpp", "Join", "thread::join => fail, 3"));
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0].priority, 3);
   EXPECT_FALSE(thread.IsThread());

@@ -6,16 +6,19 @@
 #include "Clock.h"
 #include "CookieTestSupport.h"
 #include "LogCapture.h"
+#include "WholeLogLine.h"
 
 using strmcommon::CHttpCookie;
 using strmcommon::CHttpCookieTestPeer;
 using strmcommon::Cookie;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 
 TEST(CHttpCookie, ConstructorStartsEmptyAndLogs) {
   LogCapture capture;
   CHttpCookie jar;
   auto lines = capture.WithMessage("CHttpCookie constructor");
+  EXPECT_TRUE(HasWholeLine(capture, "CHttpCookie.cpp", "CHttpCookie", "CHttpCookie constructor"));
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0].priority, 3);
   EXPECT_EQ(CHttpCookieTestPeer::Pool(jar), nullptr);
@@ -349,8 +352,8 @@ TEST(CHttpCookie, FreelistWithStringsReleasesAWholeList) {
 
 TEST(CHttpCookie, HeaderTextWithLeadingBlankAndLineEndAsReceived) {
   CHttpCookie jar;
-  Cookie* c = jar.addCookieToPool(" sid=42; Path=/live; HttpOnly\r\n", "cdn.site.test",
-                                  "/live/index.m3u8");
+  Cookie* c =
+      jar.addCookieToPool(" sid=42; Path=/live; HttpOnly\r\n", "cdn.site.test", "/live/index.m3u8");
   ASSERT_NE(c, nullptr);
   EXPECT_STREQ(c->name, "sid");
   EXPECT_STREQ(c->value, "42");

@@ -8,12 +8,11 @@
 #include <mutex>
 #include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "CHttpCookie.h"
 #include "CookieTestSupport.h"
-#include "WaitFor.h"
+#include "LoopbackServer.h"
 
 using strmcommon::CHttpCookie;
 using strmcommon::CHttpCookieTestPeer;
@@ -24,8 +23,8 @@ namespace {
 
 constexpr char kFuture[] = "expires=Wed, 01 Jan 2031 00:00:00 GMT";
 
-// Answers every GET with "ok", adds the Set-Cookie lines configured for its path, and records the
-// Cookie header of each request.
+// Answers every GET with "ok" from the tests' loopback server, adds the Set-Cookie lines
+// configured for its path, and records the Cookie header of each request.
 class LoopbackServer {
  public:
   LoopbackServer() {
@@ -37,17 +36,10 @@ class LoopbackServer {
         for (const auto& line : it->second) res.set_header("Set-Cookie", line);
       res.set_content("ok", "text/plain");
     });
-    m_port = m_server.bind_to_any_port("127.0.0.1");
-    m_thread = std::thread([this] { m_server.listen_after_bind(); });
-    m_running = testsupport::WaitFor([this] { return m_server.is_running(); });
-  }
-  ~LoopbackServer() {
-    m_server.stop();
-    m_thread.join();
   }
 
-  bool running() const { return m_running && m_port > 0; }
-  int port() const { return m_port; }
+  bool running() const { return m_server.Port() > 0; }
+  int port() const { return m_server.Port(); }
   void SetCookiesFor(const std::string& path, std::vector<std::string> lines) {
     std::lock_guard<std::mutex> lock(m_lock);
     m_setCookies[path] = std::move(lines);
@@ -62,13 +54,11 @@ class LoopbackServer {
   }
 
  private:
-  httplib::Server m_server;
-  std::thread m_thread;
-  int m_port = -1;
-  bool m_running = false;
   std::mutex m_lock;
   std::map<std::string, std::vector<std::string>> m_setCookies;
   std::vector<std::string> m_cookieHeaders;
+  // Last, so that it stops serving before the members its route uses go.
+  testsupport::LoopbackServer m_server;
 };
 
 // "a=1; b=2" and "a=1;b=2;" both become {"a=1", "b=2"}.

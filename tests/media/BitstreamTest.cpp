@@ -29,6 +29,15 @@ class ReaderProbe : public BitstreamReader {
   using BitstreamReader::m_start;
 };
 
+class BuilderProbe : public BitstreamBuilder {
+ public:
+  using BitstreamBuilder::m_accum;
+  using BitstreamBuilder::m_bitsFree;
+  using BitstreamBuilder::m_cur;
+  using BitstreamBuilder::m_size;
+  using BitstreamBuilder::m_start;
+};
+
 }  // namespace
 
 // ---- Packet ----
@@ -521,9 +530,26 @@ TEST(BitstreamBuilder, BitsBeyondTheEndAreLostSilently) {
 }
 
 TEST(BitstreamBuilder, DefaultBuilderWritesNothing) {
-  BitstreamBuilder b;
+  BuilderProbe b;
   b.AddBits(1, 1);  // no buffer: returns at once
-  SUCCEED();
+  b.AddBits(0xFF, 8);
+  EXPECT_EQ(b.m_start, nullptr);
+  EXPECT_EQ(b.m_cur, nullptr);
+  EXPECT_EQ(b.m_size, 0);
+  EXPECT_EQ(b.m_accum, 0);
+  EXPECT_EQ(b.m_bitsFree, 8);
+}
+
+TEST(BitstreamBuilder, BuilderOverAnEmptyBufferLeavesTheBytesThere) {
+  unsigned char bytes[2] = {0xAA, 0xAA};
+  BuilderProbe b;
+  b.Reset(bytes, 0);
+  b.AddBits(0x55, 8);
+  b.AddBits(1, 1);
+  EXPECT_EQ(bytes[0], 0xAA);
+  EXPECT_EQ(bytes[1], 0xAA);
+  EXPECT_EQ(b.m_cur, bytes);
+  EXPECT_EQ(b.m_bitsFree, 8);
 }
 
 TEST(BitstreamBuilder, ReaderReadsBackWhatTheBuilderWrote) {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
 
 #include "VasMemory.h"
@@ -14,7 +15,15 @@ TEST(VasMemory, GetVasMemoryAllocatesAndLeavesTheSize) {
   FreeVasMemory(block);
 }
 
-TEST(VasMemory, FreeVasMemoryAcceptsNull) { FreeVasMemory(nullptr); }
+TEST(VasMemory, FreeVasMemoryAcceptsNull) {
+  // Run apart, so that a fault shows as this test's failure.
+  EXPECT_EXIT(
+      {
+        FreeVasMemory(nullptr);
+        std::exit(0);
+      },
+      ::testing::ExitedWithCode(0), "");
+}
 
 TEST(VasMemory, UsedBufSizeIsTheGlobalTheHooksNeverChange) {
   EXPECT_EQ(GetUsedBufSize(), g_nMemUsedSize);

@@ -8,12 +8,14 @@
 #include "LogCapture.h"
 #include "StubBandwidthChecker.h"
 #include "SwitcherProbe.h"
+#include "WholeLogLine.h"
 
 using strmcommon::_VariantData;
 using strmcommon::bitrateParam_t;
 using switchertest::StubBandwidthChecker;
 using switchertest::SwitcherProbe;
 using testsupport::FakeClock;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 
 namespace {
@@ -656,4 +658,52 @@ TEST_F(DecisionTest, EveryRuleLineIsAtDebugPriority) {
                           "CheckStreamChange(2, 4), ok, same group",
                           "CheckStreamChange(4, 6), fail, no upgrade",
                       }));
+}
+
+TEST_F(DecisionTest, EveryRuleLineNamesTheDecisionThatWroteIt) {
+  LogCapture capture;
+  std::vector<bitrateParam_t> withoutTheLowest(kParams.begin() + 1, kParams.end());
+  switcher.SetBitrateLimit(withoutTheLowest, {});
+  ASSERT_EQ(Segment(0, 1), 1);
+  ASSERT_EQ(Segment(1, 0, 100), 0);
+  switcher.SetBitrateLimit(kParams, {});
+  ASSERT_EQ(Segment(1, 0, 100), 0);
+  ASSERT_EQ(Segment(1, 2), 2);
+  ASSERT_EQ(Segment(2, 4), 4);
+  ASSERT_EQ(Segment(4, 6), -1);
+  SpendFreeUpgrades();
+  ASSERT_EQ(Segment(2, 5), 4);
+  ASSERT_EQ(Segment(1, 2), -1);
+  clock.AdvanceMs(10000);
+  ASSERT_EQ(Segment(1, 2), 2);
+  clock.AdvanceMs(1000);
+  ASSERT_EQ(Segment(2, 1, 100), 1);
+
+  const struct {
+    const char* function;
+    const char* message;
+  } kLines[] = {
+      {"CheckStreamUp", "CheckStreamChange(0, 1), ok, no param"},
+      {"CheckStreamUp", "CheckStreamChange(1, 2), ok, m_upTimer == 0 && !no_upgrade"},
+      {"CheckStreamUp", "CheckStreamChange(2, 4), ok, same group"},
+      {"CheckStreamUp", "CheckStreamChange(4, 6), fail, no upgrade"},
+      {"CheckStreamUp", "CheckStreamChange(2, 4), ok, skip up timer check for same group"},
+      {"CheckStreamUp", "start up timer check"},
+      {"CheckStreamUp", "CheckStreamChange(1, 2), ok, success up timer check"},
+      {"CheckStreamUp", "Bitrate Group Changed 1 -> 2"},
+      {"CheckStreamUp", "[HLS_BW] CheckStreamUp ret (1) \n"},
+      {"CheckStreamDn", "CheckStreamChange(1, 0), ok, no param"},
+      {"CheckStreamDn", "CheckStreamChange(1, 0), ok, same group"},
+      {"CheckStreamDn", "Bitrate upgrade timer increased: 20"},
+      {"CheckStreamDn", "CheckStreamChange(2, 1), ok, diffrent group"},
+      {"CheckStreamDn", "Bitrate Group Changed 2 -> 1"},
+      {"CheckStreamDn", "[HLS_BW] CheckStreamDn ret (1) \n"},
+      {"ProcessAdaptiveSeg", "[HLS_BW] Bitrate Change: 2 -> 1"},
+      {"CheckStreamChange", "Bandwidth Switch OK : 2 -> 1"},
+  };
+  for (const auto& line : kLines) {
+    SCOPED_TRACE(line.message);
+    EXPECT_TRUE(
+        HasWholeLine(capture, "AdaptiveSegSwitcherDecision.cpp", line.function, line.message));
+  }
 }

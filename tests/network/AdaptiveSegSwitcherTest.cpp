@@ -10,12 +10,14 @@
 #include "LogCapture.h"
 #include "StubBandwidthChecker.h"
 #include "SwitcherProbe.h"
+#include "WholeLogLine.h"
 
 using strmcommon::_VariantData;
 using strmcommon::bitrateParam_t;
 using switchertest::StubBandwidthChecker;
 using switchertest::SwitcherProbe;
 using testsupport::FakeClock;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 
 namespace {
@@ -168,6 +170,8 @@ TEST_F(AdaptiveSegSwitcherTest, SelectionIsTheHighestSatisfiedVariantAndLogsIt) 
   LogCapture capture;
   EXPECT_EQ(switcher.GetSatisfiedStreamIndex(3000000, 3), 2);
   auto lines = capture.WithMessage("total streams are = 4 and returned stream index  = 2");
+  EXPECT_TRUE(HasWholeLine(capture, "AdaptiveSegSwitcher.cpp", "GetSatisfiedStreamIndex",
+                           "total streams are = 4 and returned stream index  = 2"));
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0].priority, 6);
 }

@@ -8,10 +8,12 @@
 #include "FakeClock.h"
 #include "FakeStreamInfo.h"
 #include "LogCapture.h"
+#include "WholeLogLine.h"
 
 using strmcommon::BandwidthChecker;
 using testsupport::FakeClock;
 using testsupport::FakeStreamInfo;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 
 namespace {
@@ -98,6 +100,8 @@ TEST_F(BandwidthCheckerTest, FirstChunkAfterConstructionIsDroppedWithItsBytes) {
   EXPECT_EQ(checker.RxFirstTime(), INT64_MAX);
   EXPECT_TRUE(streams.Calls().empty());
   auto lines = capture.WithMessage("Ignore first entry:");
+  EXPECT_TRUE(
+      HasWholeLine(capture, "BandwidthChecker.cpp", "AddRxTimeInfo", "Ignore first entry:"));
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0].priority, 6);
 
@@ -296,6 +300,8 @@ TEST_F(BandwidthCheckerTest, PushIsLoggedAtDebugPriority) {
   LogCapture capture;
   checker.OnPolling(kStartMs + 251);
   auto lines = capture.WithMessage("[HLS_BW] Bandwidth : Push 800000 bps");
+  EXPECT_TRUE(HasWholeLine(capture, "BandwidthChecker.cpp", "OnPolling",
+                           "[HLS_BW] Bandwidth : Push 800000 bps"));
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0].priority, 3);
 }
@@ -466,6 +472,39 @@ TEST_F(BandwidthCheckerTest, MediaSecondsAreTruncatedIntoTheSample) {
   checker.OnPolling(kStartMs + 251);
   EXPECT_EQ(checker.Sample(0).duration, 1);
   EXPECT_EQ(checker.LatestTimeDuration(), 0.0f);
+}
+
+TEST_F(BandwidthCheckerTest, InfiniteMediaSecondsGiveTheIndefiniteIntegerAsTheSampleDuration) {
+  checker.Start();
+  ConsumeFirstEntry();
+  streams.SetBitrate(kStream, 0);
+  checker.AddRxTimeInfo(100, 200, 125000, kStream, 0, 0);
+  checker.OnPolling(kStartMs + 251);
+  ASSERT_EQ(checker.BwCounter(), 1u);
+  EXPECT_EQ(checker.Sample(0).duration, INT32_MIN);
+  EXPECT_EQ(checker.GetCurrentBandwidth(), 0);
+}
+
+TEST_F(BandwidthCheckerTest, MediaSecondsOfTheWalkAddUpInThirtyTwoBits) {
+  checker.Start();
+  ConsumeFirstEntry();
+  checker.SetSample(0, 1000000, INT32_MAX);
+  checker.SetRing(1, 1);
+  PushSample(2000000, 1);
+  // 1 + 2147483647 wraps to a negative sum: the walk runs out without an estimate.
+  ASSERT_EQ(checker.BwCounter(), 2u);
+  EXPECT_EQ(checker.GetCurrentBandwidth(), 0);
+}
+
+TEST_F(BandwidthCheckerTest, BandwidthBeyondTheIntRangeIsCutToThirtyTwoBitsInTheSample) {
+  checker.Start();
+  ConsumeFirstEntry();
+  LogCapture capture;
+  Chunk(100, 112, 6000000, 0);  // 4000000000 bits per second
+  checker.OnPolling(kStartMs + 251);
+  ASSERT_EQ(checker.BwCounter(), 1u);
+  EXPECT_EQ(checker.Sample(0).bandwidth, -294967296);  // 4000000000 - 2^32
+  EXPECT_EQ(capture.Count("[HLS_BW] Bandwidth : Push -294967296 bps"), 1u);
 }
 
 TEST_F(BandwidthCheckerTest, MediaSecondsOfABlockWithoutASampleCarryOver) {

@@ -11,14 +11,20 @@
 #include "EngineDoubles.h"
 #include "FakeClock.h"
 #include "StreamRoutes.h"
+#include "WholeLogLine.h"
 
 using enginetest::Data;
 using enginetest::FakeBodyTest;
 using enginetest::LiveEngineTest;
 using strmcommon::Curl;
+using strmcommon::err_interrupted;
+using strmcommon::err_none;
+using strmcommon::err_recv_error;
+using strmcommon::kBitrateUnknown;
 using strmcommon::UnitObject;
 using testsupport::Checksum;
 using testsupport::FakeClock;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 using testsupport::WaitFor;
 
@@ -80,7 +86,7 @@ TEST_F(CurlBody, AfterQuitTheWriteCallbackSwallowsBytesAndProgressAborts) {
   EXPECT_EQ(Feed(unit, Bytes(0, 300)), 300u);
   EXPECT_EQ(unit->m_pos, 0u);
   EXPECT_EQ(client.Get(unit).calls, 0);
-  EXPECT_EQ(Curl::ProgressCB(unit, 0, 0, 0, 0), -1);
+  EXPECT_EQ(Curl::ProgressCB(unit, 0, 0, 0, 0), Curl::kAbortTransfer);
 }
 
 TEST_F(CurlBody, FreedSlotSwallowsBytesAndProgressAborts) {
@@ -89,7 +95,7 @@ TEST_F(CurlBody, FreedSlotSwallowsBytesAndProgressAborts) {
   EXPECT_EQ(Feed(unit, Bytes(0, 300)), 300u);
   EXPECT_EQ(unit->m_pos, 0u);
   EXPECT_EQ(client.Get(unit).calls, 0);
-  EXPECT_EQ(Curl::ProgressCB(unit, 1, 2, 3, 4), -1);
+  EXPECT_EQ(Curl::ProgressCB(unit, 1, 2, 3, 4), Curl::kAbortTransfer);
   curl->m_units[unit->m_index].first = true;
 }
 
@@ -97,7 +103,7 @@ TEST_F(CurlBody, ProgressGoesOnUntilTheUnitIsCancelled) {
   UnitObject* unit = BeginScripted();
   EXPECT_EQ(Curl::ProgressCB(unit, 0, 0, 0, 0), 0);
   unit->m_cancel = true;
-  EXPECT_EQ(Curl::ProgressCB(unit, 0, 0, 0, 0), -1);
+  EXPECT_EQ(Curl::ProgressCB(unit, 0, 0, 0, 0), Curl::kAbortTransfer);
 }
 
 TEST_F(CurlBody, CancelledChunkIsCountedAndMeasuredButNotDeliveredAndTheWriteGoesOn) {
@@ -109,18 +115,20 @@ TEST_F(CurlBody, CancelledChunkIsCountedAndMeasuredButNotDeliveredAndTheWriteGoe
   EXPECT_EQ(event.calls.size(), 1u);
   curl->LockMutItem();
   auto bytes = Bytes(0, 10);
-  EXPECT_EQ(curl->OnBodyDownload(unit, bytes.data(), 10, -1, -1), -1);
+  EXPECT_EQ(curl->OnBodyDownload(unit, bytes.data(), 10, -1, -1), Curl::kAbortTransfer);
   curl->UnlockMutItem();
 }
 
 TEST_F(CurlBody, OnBodyDownloadOfNullLogsTheErrorAndReturnsMinusOne) {
   LogCapture capture;
   char byte = 0;
-  EXPECT_EQ(curl->OnBodyDownload(nullptr, &byte, 1, -1, -1), -1);
+  EXPECT_EQ(curl->OnBodyDownload(nullptr, &byte, 1, -1, -1), Curl::kAbortTransfer);
   auto lines = capture.WithMessage(">> strmcommon::Unit == NULL ERROR");
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0].priority, 6);
   EXPECT_EQ(capture.Count("starts."), 1u);
+  EXPECT_TRUE(
+      HasWholeLine(capture, "CurlBody.cpp", "OnBodyDownload", ">> strmcommon::Unit == NULL ERROR"));
 }
 
 TEST_F(CurlBody, IdentifiersOtherThanMinusOneDropTheChunk) {
@@ -129,7 +137,8 @@ TEST_F(CurlBody, IdentifiersOtherThanMinusOneDropTheChunk) {
   for (auto ids : {std::make_pair(5, -1), std::make_pair(-1, 0), std::make_pair(0, 0)}) {
     LogCapture capture;
     curl->LockMutItem();
-    EXPECT_EQ(curl->OnBodyDownload(unit, bytes.data(), 50, ids.first, ids.second), -1);
+    EXPECT_EQ(curl->OnBodyDownload(unit, bytes.data(), 50, ids.first, ids.second),
+              Curl::kAbortTransfer);
     curl->UnlockMutItem();
     EXPECT_EQ(capture.Count("[Warning] Error easycurlid"), 1u);
   }
@@ -155,6 +164,43 @@ TEST_F(CurlBody, ContentLengthIsAskedForEveryChunkUntilLibcurlKnowsIt) {
   EXPECT_EQ(unit->m_size, 1000u);
 }
 
+TEST_F(CurlBody, ContentLengthBeyondFourGibibytesSaturatesInTheThirtyTwoBitSize) {
+  struct Row {
+    double length;
+    size_t size;
+    const char* logged;  // the size as the 32-bit long of the log line
+  };
+  const Row rows[] = {
+      {4294967295.0, 4294967295u, "-1"},  // the largest 32-bit size
+      {4294967296.0, 4294967295u, "-1"},  // saturates, not cut to 0
+      {5e9, 4294967295u, "-1"},           //
+      {3e9, 3000000000u, "-1294967296"},  //
+  };
+  UnitObject* unit = BeginScripted();
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.length);
+    unit->m_size = 0;  // asked again
+    LogCapture capture;
+    EasyOf(unit)->doubleInfo[kContentLength] = row.length;
+    Feed(unit, Bytes(0, 10));
+    EXPECT_EQ(unit->m_size, row.size);
+    EXPECT_EQ(curl->GetSize(unit), row.size);
+    EXPECT_EQ(capture.Count("Unit " + Hex(unit) + ", Content Length = " + row.logged), 1u);
+  }
+}
+
+TEST_F(CurlBody, PositionIsAThirtyTwoBitCounterThatWrapsAtFourGibibytes) {
+  UnitObject* unit = BeginScripted();
+  unit->m_pos = 4294967295u - 99;
+  Feed(unit, Bytes(0, 300));
+  EXPECT_EQ(unit->m_pos, 200u);
+  // A saved chunk of a paused unit counts the same way.
+  unit->m_pos = 4294967295u;
+  ASSERT_TRUE(curl->Pause(unit));
+  Feed(unit, Bytes(0, 10));
+  EXPECT_EQ(curl->GetPos(unit), 9u);
+}
+
 TEST_F(CurlBody, FileTimeIsGatheredOnlyForAConditionalEntryWithoutOne) {
   UnitObject* unit = BeginScripted();
   EasyOf(unit)->longInfo[CURLINFO_FILETIME] = 784111777;
@@ -172,7 +218,7 @@ TEST_F(CurlBody, FileTimeIsGatheredOnlyForAConditionalEntryWithoutOne) {
 
 TEST_F(CurlBody, FirstChunkIsMeasuredFromTheSetUpTimeWithTheUnitsWords) {
   FakeClock clock(5000000);
-  UnitObject* unit = BeginScripted(strmcommon::UserData{1, 7, 8, 99999999, 0, 9});
+  UnitObject* unit = BeginScripted(strmcommon::UserData{1, 7, 8, kBitrateUnknown, 0, 9});
   clock.AdvanceMs(150);
   Feed(unit, Bytes(0, 640));
   ASSERT_EQ(event.rx.size(), 1u);
@@ -481,7 +527,7 @@ TEST_F(CurlBody, SavingStepOverwritesAChunkAlreadyInTheBuffer) {
   LogCapture capture;
   auto bytes = Bytes(0, 12);
   curl->LockMutItem();
-  EXPECT_EQ(curl->CallTransfer(unit, 0, bytes.data(), 12, -1), 0);
+  EXPECT_EQ(curl->CallTransfer(unit, err_none, bytes.data(), 12, -1), 0);
   curl->UnlockMutItem();
   auto lines = capture.WithMessage("Error!! curl pause buffer overwrite");
   ASSERT_EQ(lines.size(), 1u);
@@ -495,7 +541,7 @@ TEST_F(CurlBody, EmptyChunkOnAnEmptyBufferOfAPausedUnitLeavesItEmpty) {
   unit->m_pause = true;
   LogCapture capture;
   curl->LockMutItem();
-  curl->CallTransfer(unit, 0, nullptr, 0, -1);
+  curl->CallTransfer(unit, err_none, nullptr, 0, -1);
   curl->UnlockMutItem();
   EXPECT_TRUE(unit->m_pauseBuffer.empty());
   EXPECT_TRUE(capture.Containing("overwrite").empty());
@@ -504,13 +550,13 @@ TEST_F(CurlBody, EmptyChunkOnAnEmptyBufferOfAPausedUnitLeavesItEmpty) {
 
 TEST_F(CurlBody, UnitWithAResultTakesNoMoreData) {
   UnitObject* unit = BeginScripted();
-  unit->code = -20;
+  unit->code = err_recv_error;
   auto bytes = Bytes(0, 12);
   curl->LockMutItem();
-  curl->CallTransfer(unit, 0, bytes.data(), 12, -1);
+  curl->CallTransfer(unit, err_none, bytes.data(), 12, -1);
   curl->UnlockMutItem();
   EXPECT_EQ(client.Get(unit).calls, 0);
-  unit->code = 0;
+  unit->code = err_none;
 }
 
 TEST_F(CurlBody, WithoutACallbackOrAfterQuitTheDataIsDroppedEvenForAPausedUnit) {
@@ -519,10 +565,10 @@ TEST_F(CurlBody, WithoutACallbackOrAfterQuitTheDataIsDroppedEvenForAPausedUnit) 
   auto bytes = Bytes(0, 12);
   curl->m_quit = true;
   curl->LockMutItem();
-  curl->CallTransfer(unit, 0, bytes.data(), 12, -1);
+  curl->CallTransfer(unit, err_none, bytes.data(), 12, -1);
   curl->m_quit = false;
   curl->m_callback = nullptr;
-  curl->CallTransfer(unit, 0, bytes.data(), 12, -1);
+  curl->CallTransfer(unit, err_none, bytes.data(), 12, -1);
   curl->UnlockMutItem();
   EXPECT_TRUE(unit->m_pauseBuffer.empty());
   unit->m_pause = false;
@@ -534,7 +580,7 @@ TEST_F(CurlBody, OtherTransferIdentifierNeverReachesTheClientAndTurnsUntilAFlagS
   auto bytes = Bytes(0, 12);
   std::thread worker([&] {
     curl->LockMutItem();
-    curl->CallTransfer(unit, 0, bytes.data(), 12, 7);
+    curl->CallTransfer(unit, err_none, bytes.data(), 12, 7);
     curl->UnlockMutItem();
     returned = true;
   });
@@ -555,11 +601,11 @@ TEST_F(CurlBody, ChunkSavedAtTheVeryEndIsHandedOverWhenTheTransferFinishes) {
   int code = -1;
   long date = 0;
   ASSERT_EQ(curl->GetCompleted(code, date), unit);
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   EXPECT_TRUE(SameBytes(client.Get(unit).data, Text(Bytes(0, 77))));
   // Handed over, not emptied: the next set-up does that.
   EXPECT_EQ(unit->m_pauseBuffer.size(), 77u);
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
 }
 
 TEST_F(CurlBody, ChunkSavedWhenTheTransferFailsIsDropped) {
@@ -571,10 +617,10 @@ TEST_F(CurlBody, ChunkSavedWhenTheTransferFailsIsDropped) {
   int code = 0;
   long date = 0;
   ASSERT_EQ(curl->GetCompleted(code, date), unit);
-  EXPECT_EQ(code, -20);
+  EXPECT_EQ(code, err_recv_error);
   EXPECT_EQ(client.Get(unit).calls, 0);
   EXPECT_EQ(unit->m_pauseBuffer.size(), 77u);
-  EXPECT_EQ(curl->EndDownload(unit), -20);
+  EXPECT_EQ(curl->EndDownload(unit), err_recv_error);
 }
 
 TEST_F(CurlBody, NextSetUpEmptiesTheBufferAndKeepsItsStorage) {
@@ -586,7 +632,7 @@ TEST_F(CurlBody, NextSetUpEmptiesTheBufferAndKeepsItsStorage) {
   int code = 0;
   long date = 0;
   ASSERT_EQ(curl->GetCompleted(code, date), unit);
-  EXPECT_EQ(curl->EndDownload(unit), -20);
+  EXPECT_EQ(curl->EndDownload(unit), err_recv_error);
   UnitObject* again = BeginScripted();
   ASSERT_EQ(again, unit);
   EXPECT_TRUE(unit->m_pauseBuffer.empty());
@@ -727,7 +773,7 @@ TEST_F(CurlBodyLive, PauseWhileTheClientRefusesThenResumeDeliversEveryByteOnceIn
   // next one and nothing meets a filled pause buffer.
   const size_t size = 200000;
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/slow/" + std::to_string(size) + "?rate=200000")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/slow/" + std::to_string(size) + "?rate=200000")), err_none);
   ASSERT_TRUE(WaitFor([&] { return gated.refusals.load() >= 3; }));
   // Gets in during the 1 ms wait of the refused chunk.
   ASSERT_TRUE(curl->Pause(unit));
@@ -746,11 +792,11 @@ TEST_F(CurlBodyLive, PauseWhileTheClientRefusesThenResumeDeliversEveryByteOnceIn
   int code = -1;
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date), unit);
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   auto received = gated.Get(unit);
   EXPECT_EQ(received.bytes, size);
   EXPECT_EQ(received.sum.Value(), Checksum::OfContent(size));
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
 }
 
 TEST_F(CurlBodyLive, DataLibcurlHeldBackAtAPauseArrivesInsideTheResumeAndInOrder) {
@@ -762,7 +808,8 @@ TEST_F(CurlBodyLive, DataLibcurlHeldBackAtAPauseArrivesInsideTheResumeAndInOrder
   // has found data held back.
   const size_t size = 8u * 1024 * 1024;
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/chunked/" + std::to_string(size)), Data(1, 0, 40000000)), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/chunked/" + std::to_string(size)), Data(1, 0, 40000000)),
+            err_none);
   LogCapture capture;
   for (int cycle = 0; cycle < 8 && gated.offersInsideResume.load() == 0; ++cycle) {
     int refusals = gated.refusals.load();
@@ -787,12 +834,12 @@ TEST_F(CurlBodyLive, DataLibcurlHeldBackAtAPauseArrivesInsideTheResumeAndInOrder
   int code = -1;
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date, std::chrono::seconds(20)), unit);
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   auto received = gated.Get(unit);
   EXPECT_EQ(received.bytes, size);
   EXPECT_EQ(received.sum.Value(), Checksum::OfContent(size));
   EXPECT_TRUE(capture.Containing("overwrite").empty());
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
 }
 
 TEST_F(CurlBodyLive, ClientAnsweringThreeAtFirstStillGetsEveryByteOnce) {
@@ -801,16 +848,16 @@ TEST_F(CurlBodyLive, ClientAnsweringThreeAtFirstStillGetsEveryByteOnce) {
   curl->Init(&scripted, nullptr);
   const size_t size = 300000;
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/bytes/" + std::to_string(size))), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/bytes/" + std::to_string(size))), err_none);
   int code = -1;
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date), unit);
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   auto received = scripted.Get(unit);
   EXPECT_EQ(received.bytes, size);
   EXPECT_EQ(received.sum.Value(), Checksum::OfContent(size));
   EXPECT_EQ(scripted.offers.load(), 3 * received.calls);
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
 }
 
 TEST_F(CurlBodyLive, ClientRefusingForEverHoldsTheTransferUntilCancelWhichEndsItWithMinusTwelve) {
@@ -818,7 +865,7 @@ TEST_F(CurlBodyLive, ClientRefusingForEverHoldsTheTransferUntilCancelWhichEndsIt
   scripted.answer = [](UnitObject*, unsigned int) { return 1; };
   curl->Init(&scripted, nullptr);
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/bytes/500000")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/bytes/500000")), err_none);
   ASSERT_TRUE(WaitFor([&] { return scripted.offers.load() >= 20; }));
   size_t pos = curl->GetPos(unit);
   EXPECT_GT(pos, 0u);
@@ -827,10 +874,10 @@ TEST_F(CurlBodyLive, ClientRefusingForEverHoldsTheTransferUntilCancelWhichEndsIt
   int code = 0;
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date), unit);
-  EXPECT_EQ(code, -12);
+  EXPECT_EQ(code, err_interrupted);
   EXPECT_EQ(scripted.Get(unit).calls, 0);
   EXPECT_FALSE(unit->m_cancel);
-  EXPECT_EQ(curl->EndDownload(unit), -12);
+  EXPECT_EQ(curl->EndDownload(unit), err_interrupted);
 }
 
 TEST_F(CurlBodyLive, AllOtherTransfersStandStillWhileOneClientRefuses) {
@@ -845,8 +892,8 @@ TEST_F(CurlBodyLive, AllOtherTransfersStandStillWhileOneClientRefuses) {
   curl->Init(&scripted, nullptr);
   UnitObject* first = nullptr;
   UnitObject* second = nullptr;
-  ASSERT_EQ(Begin(first, server.Url("/slow/100000?rate=100000")), 0);
-  ASSERT_EQ(Begin(second, server.Url("/slow/100000?rate=100000")), 0);
+  ASSERT_EQ(Begin(first, server.Url("/slow/100000?rate=100000")), err_none);
+  ASSERT_EQ(Begin(second, server.Url("/slow/100000?rate=100000")), err_none);
   ASSERT_TRUE(WaitFor([&] { return scripted.Get(second).bytes > 0; }));
   blocked = first;
   ASSERT_TRUE(WaitFor([&] { return refusals.load() >= 3; }));
@@ -859,10 +906,10 @@ TEST_F(CurlBodyLive, AllOtherTransfersStandStillWhileOneClientRefuses) {
   long date = 0;
   for (int i = 0; i < 2; ++i) {
     ASSERT_NE(WaitCompleted(code, date), nullptr);
-    EXPECT_EQ(code, 0);
+    EXPECT_EQ(code, err_none);
   }
   EXPECT_EQ(scripted.Get(first).sum.Value(), Checksum::OfContent(100000));
   EXPECT_EQ(scripted.Get(second).sum.Value(), Checksum::OfContent(100000));
-  EXPECT_EQ(curl->EndDownload(first), 0);
-  EXPECT_EQ(curl->EndDownload(second), 0);
+  EXPECT_EQ(curl->EndDownload(first), err_none);
+  EXPECT_EQ(curl->EndDownload(second), err_none);
 }

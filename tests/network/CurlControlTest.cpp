@@ -11,12 +11,16 @@
 #include "EngineDoubles.h"
 #include "FakeClock.h"
 #include "StreamRoutes.h"
+#include "WholeLogLine.h"
 
 using enginetest::Data;
 using enginetest::FakeBodyTest;
 using enginetest::LiveEngineTest;
+using strmcommon::err_interrupted;
+using strmcommon::err_none;
 using strmcommon::UnitObject;
 using testsupport::FakeClock;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 using testsupport::WaitFor;
 
@@ -91,6 +95,7 @@ TEST_F(CurlControl, PauseRaisesTheFlagStampsTheTimesAndLiftsTheTimeLimits) {
                                                       {CURLOPT_CONNECTTIMEOUT, 99999}}));
   EXPECT_EQ(capture.Count("curl pause: " + std::to_string(unit->m_index) + ", 5"), 1u);
   EXPECT_EQ(capture.Count("<< Curl::Pause"), 1u);
+  EXPECT_TRUE(HasWholeLine(capture, "CurlControl.cpp", "Pause", "<< Curl::Pause"));
 }
 
 TEST_F(CurlControl, SecondPauseDoesNothingAndKeepsTheFirstTiming) {
@@ -189,7 +194,7 @@ TEST_F(CurlControl, CancelRaisesTheFlagOnceAndTheSecondCallReturnsFalse) {
   LogCapture capture;
   EXPECT_TRUE(curl->Cancel(unit));
   EXPECT_TRUE(unit->m_cancel);
-  EXPECT_EQ(unit->code, 0);
+  EXPECT_EQ(unit->code, err_none);
   EXPECT_FALSE(curl->Cancel(unit));
   EXPECT_EQ(capture.Count(">> unit " + Hex(unit)), 2u);
 }
@@ -216,8 +221,8 @@ TEST_F(CurlControl, CancelOfAFinishedUnitTurnsItsCodeIntoMinusTwelve) {
   int code = 0;
   long date = 0;
   EXPECT_EQ(curl->GetCompleted(code, date), unit);
-  EXPECT_EQ(code, -12);
-  EXPECT_EQ(curl->EndDownload(unit), -12);
+  EXPECT_EQ(code, err_interrupted);
+  EXPECT_EQ(curl->EndDownload(unit), err_interrupted);
 }
 
 TEST_F(CurlControl, ResetOfOneUnitWithAnotherTypeLeavesItRunning) {
@@ -390,8 +395,8 @@ TEST_F(CurlControl, UnitGoesThroughItsStatesFromFreeToFreeAgain) {
   int code = 0;
   long date = 0;
   EXPECT_EQ(curl->GetCompleted(code, date), unit);
-  EXPECT_EQ(code, -12);
-  EXPECT_EQ(curl->EndDownload(unit), -12);
+  EXPECT_EQ(code, err_interrupted);
+  EXPECT_EQ(curl->EndDownload(unit), err_interrupted);
   EXPECT_FALSE(first());
   EXPECT_FALSE(unit->m_done);
   EXPECT_TRUE(curl->IsIdle());
@@ -402,7 +407,7 @@ TEST_F(CurlControl, AbandonedUnitBecomesLeftOverAndIsFreedByItsSecondEndDownload
   curl->Process();
   ASSERT_TRUE(curl->Cancel(unit));
   // Abandoned: the wait ends at once on the cancel flag.
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
   EXPECT_FALSE(curl->m_units[unit->m_index].first);
   EXPECT_FALSE(unit->m_done);
   // Left over: finished on the list, kept from begin operations by m_done.
@@ -413,8 +418,8 @@ TEST_F(CurlControl, AbandonedUnitBecomesLeftOverAndIsFreedByItsSecondEndDownload
   int code = 0;
   long date = 0;
   EXPECT_EQ(curl->GetCompleted(code, date), unit);
-  EXPECT_EQ(code, -12);
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(code, err_interrupted);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
   EXPECT_FALSE(unit->m_done);
 }
 
@@ -436,7 +441,8 @@ TEST_F(CurlControlLive, CancelWhileQueuedNeverReachesTheServerNorTheCompletedLis
   LogCapture capture;
   UnitObject* unit = nullptr;
   curl->LockMutItem();
-  ASSERT_EQ(curl->BeginDownload(0, server.Url("/bytes/1000"), false, unit, false, Data()), 0);
+  ASSERT_EQ(curl->BeginDownload(0, server.Url("/bytes/1000"), false, unit, false, Data()),
+            err_none);
   EXPECT_TRUE(curl->Cancel(unit));
   curl->UnlockMutItem();
   ASSERT_TRUE(WaitFor([&] { return curl->IsIdle(); }));
@@ -453,22 +459,22 @@ TEST_F(CurlControlLive, CancelWhileQueuedNeverReachesTheServerNorTheCompletedLis
 
 TEST_F(CurlControlLive, CancelWhileRunningEndsTheTransferWithMinusTwelve) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/slow/200000?rate=100000")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/slow/200000?rate=100000")), err_none);
   ASSERT_TRUE(WaitFor([&] { return client.Get(unit).bytes > 0; }));
   EXPECT_TRUE(curl->Cancel(unit));
   int code = 0;
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date), unit);
-  EXPECT_EQ(code, -12);
+  EXPECT_EQ(code, err_interrupted);
   EXPECT_LT(client.Get(unit).bytes, 200000u);
   EXPECT_FALSE(unit->m_cancel);
-  EXPECT_EQ(curl->EndDownload(unit), -12);
+  EXPECT_EQ(curl->EndDownload(unit), err_interrupted);
   EXPECT_TRUE(curl->IsIdle());
 }
 
 TEST_F(CurlControlLive, PausedTransferStopsAndResumedTransferFinishes) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/slow/100000?rate=200000")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/slow/100000?rate=200000")), err_none);
   ASSERT_TRUE(WaitFor([&] { return client.Get(unit).bytes > 0; }));
   ASSERT_TRUE(curl->Pause(unit));
   size_t pos = curl->GetPos(unit);
@@ -477,17 +483,17 @@ TEST_F(CurlControlLive, PausedTransferStopsAndResumedTransferFinishes) {
   int code = -1;
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date), unit);
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   EXPECT_EQ(client.Get(unit).sum.Value(), testsupport::Checksum::OfContent(100000));
   EXPECT_GT(unit->m_pausedTotal, 250);
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
 }
 
 TEST_F(CurlControlLive, ResetCancelsPlainTransfersAndKeptOnesRunToTheEnd) {
   std::vector<UnitObject*> plain(3, nullptr);
-  for (auto& unit : plain) ASSERT_EQ(Begin(unit, server.Url("/slow/400000?rate=100000")), 0);
+  for (auto& unit : plain) ASSERT_EQ(Begin(unit, server.Url("/slow/400000?rate=100000")), err_none);
   UnitObject* kept = nullptr;
-  ASSERT_EQ(Begin(kept, server.Url("/slow/60000?rate=100000"), Data(1, 1)), 0);
+  ASSERT_EQ(Begin(kept, server.Url("/slow/60000?rate=100000"), Data(1, 1)), err_none);
   ASSERT_TRUE(WaitFor([&] { return client.Get(plain[2]).bytes > 0; }));
   curl->Reset();
   EXPECT_EQ(curl->GetRequestKey(), 1);
@@ -501,10 +507,10 @@ TEST_F(CurlControlLive, ResetCancelsPlainTransfersAndKeptOnesRunToTheEnd) {
     ASSERT_NE(done, nullptr);
     if (done == kept) {
       keptDone = true;
-      EXPECT_EQ(code, 0);
+      EXPECT_EQ(code, err_none);
     } else {
       EXPECT_NE(std::find(plain.begin(), plain.end(), done), plain.end());
-      EXPECT_EQ(code, -12);
+      EXPECT_EQ(code, err_interrupted);
     }
     curl->EndDownload(done);
   }
@@ -514,14 +520,14 @@ TEST_F(CurlControlLive, ResetCancelsPlainTransfersAndKeptOnesRunToTheEnd) {
   // A begin with the old key is a silent success that does nothing.
   UnitObject* stale = nullptr;
   curl->LockMutItem();
-  EXPECT_EQ(curl->BeginDownload(0, server.Url("/bytes/10"), false, stale, false, Data()), 0);
+  EXPECT_EQ(curl->BeginDownload(0, server.Url("/bytes/10"), false, stale, false, Data()), err_none);
   curl->UnlockMutItem();
   EXPECT_EQ(stale, nullptr);
 }
 
 TEST_F(CurlControlLive, ResetWithAFinishedKeptUnitAtTheFrontHangsUntilSetDataFromAnotherThread) {
   UnitObject* kept = nullptr;
-  ASSERT_EQ(Begin(kept, server.Url("/bytes/100"), Data(1, 1)), 0);
+  ASSERT_EQ(Begin(kept, server.Url("/bytes/100"), Data(1, 1)), err_none);
   ASSERT_TRUE(WaitFor([&] {
     curl->LockMutItem();
     bool done = !curl->m_completed.empty();

@@ -21,6 +21,8 @@
 
 namespace {
 
+using strmcommon::err_none;
+using strmcommon::kBitrateUnknown;
 using strmcommon::UnitObject;
 
 // A platform root for the whole program, removed at exit. The variable is set once: the
@@ -88,7 +90,7 @@ class CurlCookie : public ::testing::Test {
     UnitObject* unit = nullptr;
     curl.LockMutItem();
     ASSERT_EQ(curl.BeginDownload(0, server.Url(path), false, unit, false,
-                                 strmcommon::UserData{1, 0, 0, 99999999, 0, 0}),
+                                 strmcommon::UserData{1, 0, 0, kBitrateUnknown, 0, 0}),
               0);
     curl.UnlockMutItem();
     int code = -1;
@@ -101,7 +103,7 @@ class CurlCookie : public ::testing::Test {
         },
         std::chrono::seconds(30), std::chrono::milliseconds(1)));
     EXPECT_EQ(done, unit);
-    EXPECT_EQ(code, 0);
+    EXPECT_EQ(code, err_none);
     curl.EndDownload(done);
   }
 

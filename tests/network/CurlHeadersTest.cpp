@@ -7,19 +7,22 @@
 #include <vector>
 
 #include "EngineFixture.h"
+#include "WholeLogLine.h"
 
 namespace {
 
 using enginetest::Data;
 using strmcommon::Curl;
+using strmcommon::err_none;
 using strmcommon::UnitObject;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 
 class CurlHeaders : public enginetest::FakeEngineTest {
  protected:
   void SetUp() override {
     FakeEngineTest::SetUp();
-    ASSERT_EQ(Begin(unit, "http://media.test/x/y.m3u8"), 0);
+    ASSERT_EQ(Begin(unit, "http://media.test/x/y.m3u8"), err_none);
   }
 
   int Feed(const std::string& line) {
@@ -85,6 +88,8 @@ TEST_F(CurlHeaders, HostRelativeLocationIsJoinedToTheRequestHostWithItsLineEnd) 
   EXPECT_EQ(Targets(), std::vector<std::string>{"http://media.test/a/b\r\n"});
   EXPECT_FALSE(unit->m_redirecting);
   auto lines = capture.WithMessage(">> redirected url == Location: /a/b\r\n ");
+  EXPECT_TRUE(HasWholeLine(capture, "CurlHeaders.cpp", "OnHeaderDownload",
+                           ">> redirected url == Location: /a/b\r\n "));
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0].priority, 6);
 }
@@ -151,7 +156,7 @@ TEST_F(CurlHeaders, LocationWithOnlyBlanksBehindItGivesTheBaseAlone) {
 
 TEST_F(CurlHeaders, RequestUrlWithoutAPathIsTheWholeBase) {
   curl->m_units[unit->m_index].first = false;
-  ASSERT_EQ(Begin(unit, "http://media.test"), 0);
+  ASSERT_EQ(Begin(unit, "http://media.test"), err_none);
   Feed("HTTP/1.1 302 Found\r\n");
   Feed("Location: x.ts\r\n");
   EXPECT_EQ(Targets(), std::vector<std::string>{"http://media.testx.ts\r\n"});
@@ -226,7 +231,7 @@ TEST_F(CurlHeaders, HeadersKeptModeOnlyCollectsTheRawText) {
 TEST_F(CurlHeaders, NullUnitLogsTheErrorAndReturnsMinusOne) {
   LogCapture capture;
   char line[] = "Date: x\r\n";
-  EXPECT_EQ(curl->OnHeaderDownload(nullptr, line, 9), -1);
+  EXPECT_EQ(curl->OnHeaderDownload(nullptr, line, 9), Curl::kAbortTransfer);
   EXPECT_EQ(capture.Count(">> strmcommon::Unit == NULL ERROR"), 1u);
 }
 
@@ -236,12 +241,12 @@ TEST_F(CurlHeaders, CallbackPassesTheLineOnWhileTheSlotIsTaken) {
 
 TEST_F(CurlHeaders, CallbackAbortsForAFreedSlot) {
   curl->m_units[unit->m_index].first = false;
-  EXPECT_EQ(FeedThroughCallback("Server: x\r\n"), static_cast<size_t>(-1));
+  EXPECT_EQ(FeedThroughCallback("Server: x\r\n"), static_cast<size_t>(Curl::kAbortTransfer));
 }
 
 TEST_F(CurlHeaders, CallbackAbortsWhileTheEngineQuits) {
   curl->m_quit = true;
-  EXPECT_EQ(FeedThroughCallback("Server: x\r\n"), static_cast<size_t>(-1));
+  EXPECT_EQ(FeedThroughCallback("Server: x\r\n"), static_cast<size_t>(Curl::kAbortTransfer));
   curl->m_quit = false;
 }
 
@@ -259,7 +264,7 @@ TEST_F(CurlHeaders, SetCookieAddsALinePerCallToEveryLaterRequest) {
   EXPECT_EQ(curl->get_cookie(), "");
   EXPECT_NE(curl->m_headers, nullptr);
   UnitObject* other = nullptr;
-  ASSERT_EQ(Begin(other, "http://elsewhere.test/a"), 0);
+  ASSERT_EQ(Begin(other, "http://elsewhere.test/a"), err_none);
   EXPECT_EQ(EasyOf(other)->Option(CURLOPT_HTTPHEADER), curl->m_headers);
 }
 

@@ -13,6 +13,7 @@
 namespace {
 
 using enginetest::Data;
+using strmcommon::err_none;
 using strmcommon::UnitObject;
 
 class CurlHttps : public ::testing::Test {
@@ -62,7 +63,7 @@ TEST_F(CurlHttps, SelfSignedCertificateIsAcceptedAndTheBodyArrivesWhole) {
   int code = -1;
   UnitObject* unit = Fetch(server.Url("/bytes/300000"), code);
   ASSERT_NE(unit, nullptr);
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   EXPECT_EQ(client.Get(unit).sum.Value(), testsupport::Checksum::OfContent(300000));
 }
 
@@ -79,7 +80,7 @@ TEST_F(CurlHttps, HostRelativeRedirectIsReportedWithTheSecureScheme) {
   int code = -1;
   UnitObject* unit = Fetch(server.Url("/redirect/302?to=/bytes/64"), code);
   ASSERT_NE(unit, nullptr);
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   EXPECT_EQ(client.Get(unit).bytes, 64u);
   auto redirects = client.Redirects();
   ASSERT_EQ(redirects.size(), 1u);
@@ -100,9 +101,9 @@ TEST_F(CurlHttps, CookieReceivedOverTlsIsSentBackOverTls) {
   });
   int code = -1;
   Fetch(server.Url("/give"), code);
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   Fetch(server.Url("/echo"), code);
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   curl->Quit();
   std::lock_guard<std::mutex> guard(lock);
   EXPECT_EQ(seen, std::vector<std::string>{"tls=1;"});

@@ -6,11 +6,19 @@
 #include <thread>
 
 #include "EngineFixture.h"
+#include "WholeLogLine.h"
 
 using enginetest::Data;
 using enginetest::FakeEngineTest;
+using strmcommon::err_add_handle;
+using strmcommon::err_failed;
+using strmcommon::err_interrupted;
+using strmcommon::err_none;
+using strmcommon::err_recv_error;
+using strmcommon::err_resolve_host;
 using strmcommon::UnitObject;
 using testsupport::DoneMessage;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 using testsupport::WaitFor;
 
@@ -34,13 +42,15 @@ TEST_F(CurlLoop, PassWithNothingToDoReturnsFalseAfterOnePerformWithoutSelect) {
 TEST_F(CurlLoop, PassAddsQueuedUnitsAndLogsEachAtErrorLevel) {
   UnitObject* a = nullptr;
   UnitObject* b = nullptr;
-  ASSERT_EQ(Begin(a), 0);
-  ASSERT_EQ(Begin(b), 0);
+  ASSERT_EQ(Begin(a), err_none);
+  ASSERT_EQ(Begin(b), err_none);
   LogCapture capture;
   EXPECT_FALSE(curl->Process());
   EXPECT_EQ(state->added, (std::vector<strmcommon::ICurlEasy*>{a->m_easy, b->m_easy}));
   EXPECT_TRUE(curl->m_requests.empty());
   auto lines = capture.WithMessage("Add handle for unit(" + Hex(a) + ")");
+  EXPECT_TRUE(
+      HasWholeLine(capture, "CurlLoop.cpp", "Process", "Add handle for unit(" + Hex(a) + ")"));
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0].priority, 6);
   EXPECT_EQ(capture.Count("Add handle for unit(" + Hex(b) + ")"), 1u);
@@ -59,7 +69,7 @@ TEST_F(CurlLoop, NullRequestIsLoggedAndDropped) {
 
 TEST_F(CurlLoop, UnitCancelledWhileQueuedNeverEntersTheMultiHandleNorTheCompletedList) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   unit->m_cancel = true;
   LogCapture capture;
   curl->Process();
@@ -77,10 +87,10 @@ TEST_F(CurlLoop, UnitCancelledWhileQueuedNeverEntersTheMultiHandleNorTheComplete
 TEST_F(CurlLoop, AddHandleFailureCompletesTheUnitWithMinusThreeAndLeavesDoneFalse) {
   state->addHandleResult = false;
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   LogCapture capture;
   curl->Process();
-  EXPECT_EQ(unit->code, -3);
+  EXPECT_EQ(unit->code, err_add_handle);
   EXPECT_FALSE(unit->m_done);
   ASSERT_EQ(curl->m_completed.size(), 1u);
   EXPECT_EQ(curl->m_completed.front(), unit);
@@ -92,13 +102,13 @@ TEST_F(CurlLoop, AddHandleFailureCompletesTheUnitWithMinusThreeAndLeavesDoneFals
 TEST_F(CurlLoop, EndDownloadOfAnAddHandleFailureReturnsMinusThreeAtOnce) {
   state->addHandleResult = false;
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   curl->Process();
   int code = 0;
   long date = -1;
   ASSERT_EQ(curl->GetCompleted(code, date), unit);
-  EXPECT_EQ(code, -3);
-  EXPECT_EQ(curl->EndDownload(unit), -3);
+  EXPECT_EQ(code, err_add_handle);
+  EXPECT_EQ(curl->EndDownload(unit), err_add_handle);
   EXPECT_FALSE(curl->m_units[unit->m_index].first);
 }
 
@@ -158,7 +168,7 @@ TEST_F(CurlLoop, SelectIsTheOnePlaceInAPassWhereOtherThreadsGetTheLock) {
   };
   state->onSelect = [&] { freeInSelect = lockIsFree(); };
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   curl->Process();
   EXPECT_TRUE(freeInSelect);
   // Held, the lock keeps the other thread out: the check itself can fail.
@@ -171,13 +181,13 @@ TEST_F(CurlLoop, SelectIsTheOnePlaceInAPassWhereOtherThreadsGetTheLock) {
 
 TEST_F(CurlLoop, TransferFinishingInTheFirstPerformIsReportedInTheSamePass) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   state->messages.push_back(DoneMessage(unit, CURLE_OK));
   EasyOf(unit)->longInfo[CURLINFO_RESPONSE_CODE] = 200;
   EXPECT_TRUE(curl->Process());
   EXPECT_EQ(state->selectCalls, 0);
   EXPECT_TRUE(unit->m_done);
-  EXPECT_EQ(unit->code, 0);
+  EXPECT_EQ(unit->code, err_none);
   ASSERT_EQ(curl->m_completed.size(), 1u);
   EXPECT_EQ(state->removed, (std::vector<strmcommon::ICurlEasy*>{unit->m_easy}));
 }
@@ -185,8 +195,8 @@ TEST_F(CurlLoop, TransferFinishingInTheFirstPerformIsReportedInTheSamePass) {
 TEST_F(CurlLoop, TwoTransfersFinishingTogetherTakeTwoPasses) {
   UnitObject* a = nullptr;
   UnitObject* b = nullptr;
-  ASSERT_EQ(Begin(a), 0);
-  ASSERT_EQ(Begin(b), 0);
+  ASSERT_EQ(Begin(a), err_none);
+  ASSERT_EQ(Begin(b), err_none);
   state->messages.push_back(DoneMessage(a, CURLE_OK));
   state->messages.push_back(DoneMessage(b, CURLE_OK));
   EXPECT_TRUE(curl->Process());
@@ -218,7 +228,7 @@ TEST_F(CurlLoop, AbortedByCallbackLogsOneOneOneAtDebugLevel) {
 
 TEST_F(CurlLoop, FinishedTransferLogsItsResultStatusAndVersion) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   EasyOf(unit)->longInfo[CURLINFO_RESPONSE_CODE] = 200;
   EasyOf(unit)->longInfo[CURLINFO_HTTP_VERSION] = CURL_HTTP_VERSION_1_1;
   state->messages.push_back(DoneMessage(unit, CURLE_OK));
@@ -233,7 +243,7 @@ TEST_F(CurlLoop, FinishedTransferLogsItsResultStatusAndVersion) {
 
 TEST_F(CurlLoop, FailedTransferLogsTheErrorBufferAndStatusStartsAtZero) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   snprintf(unit->m_errorBuf, sizeof(unit->m_errorBuf), "Couldn't connect");
   state->messages.push_back(DoneMessage(unit, CURLE_COULDNT_CONNECT));
   LogCapture capture;
@@ -242,7 +252,7 @@ TEST_F(CurlLoop, FailedTransferLogsTheErrorBufferAndStatusStartsAtZero) {
   EXPECT_EQ(capture.Count("CURLMSG_DONE unit : " + Hex(unit) +
                           " result : 7  http_status : 0 http_version : 0"),
             1u);
-  EXPECT_EQ(unit->code, -20);
+  EXPECT_EQ(unit->code, err_recv_error);
   EXPECT_TRUE(unit->m_done);
 }
 
@@ -250,7 +260,7 @@ TEST_F(CurlLoop, AddressesOfTheFinishedTransferAreKeptOnTheUnitAndTheEngine) {
   char remote[] = "10.1.2.3";
   char local[] = "10.9.8.7";
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   state->messages.push_back(DoneMessage(unit, CURLE_OK, remote, local));
   curl->Process();
   EXPECT_EQ(unit->m_destIp, remote);
@@ -265,7 +275,7 @@ TEST_F(CurlLoop, AddressTextsOfOneCharacterLeaveTheOldValues) {
   char shortText[] = "x";
   char empty[] = "";
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   state->messages.push_back(DoneMessage(unit, CURLE_OK, shortText, empty));
   curl->Process();
   EXPECT_EQ(curl->get_dest_ip(), "old-dest");
@@ -275,7 +285,7 @@ TEST_F(CurlLoop, AddressTextsOfOneCharacterLeaveTheOldValues) {
 
 TEST_F(CurlLoop, UnitCancelledInTheMultiHandleReachesGetCompletedWithMinusTwelve) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   curl->Process();
   unit->m_cancel = true;
   state->messages.push_back(DoneMessage(unit, CURLE_OK));
@@ -285,40 +295,40 @@ TEST_F(CurlLoop, UnitCancelledInTheMultiHandleReachesGetCompletedWithMinusTwelve
   int code = 0;
   long date = -1;
   ASSERT_EQ(curl->GetCompleted(code, date), unit);
-  EXPECT_EQ(code, -12);
+  EXPECT_EQ(code, err_interrupted);
 }
 
 TEST_F(CurlLoop, CancelledUnitEndedEarlyIsFreedByItsSecondEndDownload) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   curl->Process();
   unit->m_cancel = true;
   // The wait ends at once on the cancel flag; the slot is free but the transfer still runs.
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
   EXPECT_FALSE(curl->m_units[unit->m_index].first);
   state->messages.push_back(DoneMessage(unit, CURLE_ABORTED_BY_CALLBACK));
   curl->Process();
   // Left over: m_done keeps a begin operation away from the slot.
   EXPECT_TRUE(unit->m_done);
   UnitObject* other = nullptr;
-  ASSERT_EQ(Begin(other), 0);
+  ASSERT_EQ(Begin(other), err_none);
   EXPECT_NE(other, unit);
   int code = 0;
   long date = 0;
   ASSERT_EQ(curl->GetCompleted(code, date), unit);
-  EXPECT_EQ(code, -12);
+  EXPECT_EQ(code, err_interrupted);
   LogCapture capture;
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
   EXPECT_FALSE(unit->m_done);
   EXPECT_EQ(capture.Count("<<Success End Download Unit: " + Hex(unit)), 1u);
   UnitObject* again = nullptr;
-  ASSERT_EQ(Begin(again), 0);
+  ASSERT_EQ(Begin(again), err_none);
   EXPECT_EQ(again, unit);
 }
 
 TEST_F(CurlLoop, FinishedTransferDuringResetIsFreedAtOnceAndTheClientHearsNothing) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   curl->Process();
   // As the engine-wide reset leaves it: cancelled and resetting.
   unit->m_cancel = true;
@@ -329,12 +339,12 @@ TEST_F(CurlLoop, FinishedTransferDuringResetIsFreedAtOnceAndTheClientHearsNothin
   EXPECT_TRUE(curl->m_completed.empty());
   EXPECT_FALSE(curl->m_units[unit->m_index].first);
   EXPECT_FALSE(unit->m_done);
-  EXPECT_EQ(unit->code, -12);
+  EXPECT_EQ(unit->code, err_interrupted);
 }
 
 TEST_F(CurlLoop, UnitWithNonZeroStateGoesToTheCompletedListEvenDuringReset) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, "http://media.test/a.ts", Data(1, 1)), 0);
+  ASSERT_EQ(Begin(unit, "http://media.test/a.ts", Data(1, 1)), err_none);
   curl->Process();
   curl->m_resetting = true;
   state->messages.push_back(DoneMessage(unit, CURLE_OK));
@@ -342,7 +352,7 @@ TEST_F(CurlLoop, UnitWithNonZeroStateGoesToTheCompletedListEvenDuringReset) {
   curl->m_resetting = false;
   ASSERT_EQ(curl->m_completed.size(), 1u);
   // Aborted by the reset without being cancelled: the classification makes it -20.
-  EXPECT_EQ(unit->code, -20);
+  EXPECT_EQ(unit->code, err_recv_error);
   EXPECT_TRUE(unit->m_done);
 }
 
@@ -356,14 +366,14 @@ TEST_F(CurlLoop, GetCompletedOnAnEmptyListReturnsNullAndLeavesTheOutputs) {
 
 TEST_F(CurlLoop, GetCompletedGivesTheCodeAndTheEntryDate) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   state->messages.push_back(DoneMessage(unit, CURLE_OK));
   curl->Process();
   curl->m_urlInfo[unit->m_urlIndex].date = 784111777;
   int code = -1;
   long date = 0;
   EXPECT_EQ(curl->GetCompleted(code, date), unit);
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   EXPECT_EQ(date, 784111777);
   EXPECT_TRUE(curl->m_completed.empty());
   // The slot stays allocated until EndDownload.
@@ -374,7 +384,7 @@ TEST_F(CurlLoop, StrayEntryOnTheCompletedListStopsGetCompletedForGood) {
   UnitObject stray;
   curl->m_completed.push_back(&stray);
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   state->messages.push_back(DoneMessage(unit, CURLE_OK));
   curl->Process();
   LogCapture capture;
@@ -395,7 +405,7 @@ TEST_F(CurlLoop, StrayEntryOnTheCompletedListStopsGetCompletedForGood) {
 TEST_F(CurlLoop, EndDownloadOfNullLogsTheErrorAndReturnsMinusOne) {
   LogCapture capture;
   UnitObject* unit = nullptr;
-  EXPECT_EQ(curl->EndDownload(unit), -1);
+  EXPECT_EQ(curl->EndDownload(unit), err_failed);
   EXPECT_EQ(capture.Count("starts. unit p[(nil)]"), 1u);
   auto lines = capture.WithMessage(">> strmcommon::Unit == NULL ERROR");
   ASSERT_EQ(lines.size(), 1u);
@@ -404,7 +414,7 @@ TEST_F(CurlLoop, EndDownloadOfNullLogsTheErrorAndReturnsMinusOne) {
 
 TEST_F(CurlLoop, EndDownloadTwiceReturnsTheCodeThenZeroAndTheSecondLeavesFirstAlone) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   state->messages.push_back(DoneMessage(unit, CURLE_COULDNT_RESOLVE_HOST));
   curl->Process();
   int code = 0;
@@ -412,7 +422,7 @@ TEST_F(CurlLoop, EndDownloadTwiceReturnsTheCodeThenZeroAndTheSecondLeavesFirstAl
   ASSERT_EQ(curl->GetCompleted(code, date), unit);
   LogCapture capture;
   UnitObject* held = unit;
-  EXPECT_EQ(curl->EndDownload(unit), -17);
+  EXPECT_EQ(curl->EndDownload(unit), err_resolve_host);
   // The reference is only read.
   EXPECT_EQ(unit, held);
   EXPECT_GT(unit->m_endTime, 0);
@@ -421,7 +431,7 @@ TEST_F(CurlLoop, EndDownloadTwiceReturnsTheCodeThenZeroAndTheSecondLeavesFirstAl
   EXPECT_EQ(capture.Count("starts. unit p[" + Hex(unit) + "]"), 1u);
   EXPECT_EQ(capture.Count("Leave"), 1u);
   curl->m_units[unit->m_index].first = true;
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
   EXPECT_TRUE(curl->m_units[unit->m_index].first);
   EXPECT_EQ(capture.Count("Leave"), 2u);
   curl->m_units[unit->m_index].first = false;
@@ -429,7 +439,7 @@ TEST_F(CurlLoop, EndDownloadTwiceReturnsTheCodeThenZeroAndTheSecondLeavesFirstAl
 
 TEST_F(CurlLoop, EndDownloadWaitsForARunningTransfer) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   curl->Process();
   std::atomic<bool> ended{false};
   std::atomic<int> result{99};
@@ -451,10 +461,10 @@ TEST_F(CurlLoop, EndDownloadWaitsForARunningTransfer) {
 
 TEST_F(CurlLoop, QuitLogsReleasesEveryHandleAndFreesEverySlot) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   curl->Process();
   UnitObject* queued = nullptr;
-  ASSERT_EQ(Begin(queued), 0);
+  ASSERT_EQ(Begin(queued), err_none);
   strmcommon::ICurlEasy* runningEasy = unit->m_easy;
   LogCapture capture;
   curl->Quit();
@@ -477,7 +487,7 @@ TEST_F(CurlLoop, QuitLogsReleasesEveryHandleAndFreesEverySlot) {
 
 TEST_F(CurlLoop, QuitResumesAPausedUnitBeforeReleasingIt) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   curl->Process();
   ASSERT_TRUE(curl->Pause(unit));
   LogCapture capture;
@@ -489,11 +499,11 @@ TEST_F(CurlLoop, QuitResumesAPausedUnitBeforeReleasingIt) {
 TEST_F(CurlLoop, BeginAfterQuitFailsWithMinusOneAndWorksAgainAfterStartLoop) {
   curl->Quit();
   UnitObject* unit = nullptr;
-  EXPECT_EQ(Begin(unit), -1);
+  EXPECT_EQ(Begin(unit), err_failed);
   EXPECT_EQ(unit, nullptr);
   ASSERT_TRUE(curl->StartLoop());
   EXPECT_FALSE(curl->m_quit);
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   // The null handle left by Quit is given back harmlessly.
   EXPECT_EQ(state->nullEasyReleased, 1);
   EXPECT_NE(unit->m_easy, nullptr);

@@ -12,6 +12,7 @@
 namespace {
 
 using enginetest::Data;
+using strmcommon::err_none;
 using strmcommon::UnitObject;
 
 // BeginDownload3 asks the measurement sink about low latency: this one says no.
@@ -40,7 +41,7 @@ class CurlRedirect : public enginetest::LiveEngineTest {
   // Runs one request to its end and gives the slot back; returns the unit.
   UnitObject* Fetch(const std::string& url, int& code) {
     UnitObject* unit = nullptr;
-    EXPECT_EQ(Begin(unit, url), 0);
+    EXPECT_EQ(Begin(unit, url), err_none);
     if (unit == nullptr) return nullptr;
     long date = 0;
     UnitObject* done = WaitCompleted(code, date);
@@ -82,7 +83,7 @@ TEST_P(CurlRedirectStatus, IsFollowedAndReportedWithItsAbsoluteTargetAndLineEnd)
   UnitObject* unit =
       Fetch(server.Url("/redirect/" + std::to_string(GetParam()) + "?to=" + target), code);
   ASSERT_NE(unit, nullptr);
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   EXPECT_EQ(client.Get(unit).sum.Value(), testsupport::Checksum::OfContent(300));
   auto redirects = client.Redirects();
   ASSERT_EQ(redirects.size(), 1u);
@@ -116,7 +117,7 @@ TEST_F(CurlRedirect, ChainReportsTheFirstTargetAndKeepsTheOthersInForm) {
   UnitObject* unit = Fetch(server.Url("/chain/start"), code);
   ASSERT_NE(unit, nullptr);
   // libcurl resolves every hop properly; only the engine's record glues "four" to the host.
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   EXPECT_EQ(client.Get(unit).bytes, 100u);
   auto redirects = client.Redirects();
   ASSERT_EQ(redirects.size(), 1u);
@@ -160,7 +161,7 @@ TEST_F(CurlRedirect, CookieSetBehindARedirectIsStoredUnderTheTargetHost) {
   int code = -1;
   UnitObject* unit = Fetch(server.Url("/jump"), code);
   ASSERT_NE(unit, nullptr);
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   EXPECT_EQ(CookieFor(target + "/any"), "tok=7;");
   EXPECT_EQ(CookieFor(Origin() + "/any"), "");
   curl->LockMutItem();
@@ -190,11 +191,11 @@ TEST_F(CurlRedirect, BeginDownload3AfterACookieRequestsTheAddressThatSetIt) {
   int index = unit->m_urlIndex;
   curl->LockMutItem();
   UnitObject* again = nullptr;
-  ASSERT_EQ(curl->BeginDownload3(index, again, false, Data()), 0);
+  ASSERT_EQ(curl->BeginDownload3(index, again, false, Data()), err_none);
   curl->UnlockMutItem();
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date), again);
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   curl->EndDownload(again);
   std::lock_guard<std::mutex> guard(lock);
   EXPECT_EQ(hits, 2);
@@ -241,12 +242,12 @@ TEST_F(CurlRedirect, DateOfTheFirstResponseOfAChainIsTheOneKept) {
     res.set_header("Location", "/bytes/10");
   });
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/dated")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/dated")), err_none);
   int code = -1;
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date), unit);
   curl->EndDownload(unit);
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   EXPECT_EQ(date, 784887151);
 }
 

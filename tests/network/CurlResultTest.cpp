@@ -8,11 +8,27 @@
 
 #include "EngineDoubles.h"
 #include "StreamRoutes.h"
+#include "WholeLogLine.h"
 
 using enginetest::Data;
 using enginetest::FakeBodyTest;
 using enginetest::LiveEngineTest;
+using strmcommon::err_connect;
+using strmcommon::err_failed;
+using strmcommon::err_http;
+using strmcommon::err_http_retry_over;
+using strmcommon::err_incomplete;
+using strmcommon::err_interrupted;
+using strmcommon::err_none;
+using strmcommon::err_recv_error;
+using strmcommon::err_resolve_host;
+using strmcommon::err_resolve_proxy;
+using strmcommon::err_retry;
+using strmcommon::err_send;
+using strmcommon::err_ssl;
+using strmcommon::err_timeout;
 using strmcommon::UnitObject;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 using testsupport::WaitFor;
 
@@ -29,26 +45,27 @@ struct Row {
 
 // Every row of the mapping table, and some unlisted results.
 const Row kRows[] = {
-    {CURLE_COULDNT_RESOLVE_PROXY, -16, nullptr, -20},
-    {CURLE_COULDNT_RESOLVE_HOST, -17, nullptr, -17},
-    {CURLE_COULDNT_CONNECT, -18, nullptr, -20},
-    {CURLE_REMOTE_ACCESS_DENIED, -25, "[ERROR] SSL error: 9", -25},
-    {CURLE_PARTIAL_FILE, -26, nullptr, 10},
-    {CURLE_HTTP_RETURNED_ERROR, -23, "[ERROR] http error: 22", -20},
-    {CURLE_OPERATION_TIMEDOUT, -53, "[Warning] CURLE_OPERATION_TIMEDOUT occured!", -53},
-    {CURLE_HTTP_POST_ERROR, -23, "[ERROR] http error: 34", -20},
-    {CURLE_SSL_CONNECT_ERROR, -25, "[ERROR] SSL error: 35", -25},
-    {CURLE_TOO_MANY_REDIRECTS, -23, "[ERROR] http error: 47", -20},
-    {CURLE_GOT_NOTHING, -23, "[ERROR] http error: 52", -20},
-    {CURLE_SSL_ENGINE_NOTFOUND, -25, "[ERROR] SSL error: 53", -25},
-    {CURLE_SSL_ENGINE_SETFAILED, -25, "[ERROR] SSL error: 54", -25},
-    {CURLE_SEND_ERROR, -19, nullptr, -20},
-    {CURLE_RECV_ERROR, -26, "[Warning]CURLE_RECV_ERROR error occured!", 10},
-    {CURLE_PEER_FAILED_VERIFICATION, -25, "[ERROR] SSL error: 60", -25},
-    {CURLE_UNSUPPORTED_PROTOCOL, -101, nullptr, -20},
-    {CURLE_WRITE_ERROR, -123, nullptr, -20},
-    {CURLE_BAD_CONTENT_ENCODING, -161, nullptr, -20},
-    {CURLE_SSL_CACERT_BADFILE, -177, nullptr, -20},
+    {CURLE_COULDNT_RESOLVE_PROXY, err_resolve_proxy, nullptr, err_recv_error},
+    {CURLE_COULDNT_RESOLVE_HOST, err_resolve_host, nullptr, err_resolve_host},
+    {CURLE_COULDNT_CONNECT, err_connect, nullptr, err_recv_error},
+    {CURLE_REMOTE_ACCESS_DENIED, err_ssl, "[ERROR] SSL error: 9", err_ssl},
+    {CURLE_PARTIAL_FILE, err_incomplete, nullptr, err_retry},
+    {CURLE_HTTP_RETURNED_ERROR, err_http, "[ERROR] http error: 22", err_recv_error},
+    {CURLE_OPERATION_TIMEDOUT, err_timeout, "[Warning] CURLE_OPERATION_TIMEDOUT occured!",
+     err_timeout},
+    {CURLE_HTTP_POST_ERROR, err_http, "[ERROR] http error: 34", err_recv_error},
+    {CURLE_SSL_CONNECT_ERROR, err_ssl, "[ERROR] SSL error: 35", err_ssl},
+    {CURLE_TOO_MANY_REDIRECTS, err_http, "[ERROR] http error: 47", err_recv_error},
+    {CURLE_GOT_NOTHING, err_http, "[ERROR] http error: 52", err_recv_error},
+    {CURLE_SSL_ENGINE_NOTFOUND, err_ssl, "[ERROR] SSL error: 53", err_ssl},
+    {CURLE_SSL_ENGINE_SETFAILED, err_ssl, "[ERROR] SSL error: 54", err_ssl},
+    {CURLE_SEND_ERROR, err_send, nullptr, err_recv_error},
+    {CURLE_RECV_ERROR, err_incomplete, "[Warning]CURLE_RECV_ERROR error occured!", err_retry},
+    {CURLE_PEER_FAILED_VERIFICATION, err_ssl, "[ERROR] SSL error: 60", err_ssl},
+    {CURLE_UNSUPPORTED_PROTOCOL, -101, nullptr, err_recv_error},
+    {CURLE_WRITE_ERROR, -123, nullptr, err_recv_error},
+    {CURLE_BAD_CONTENT_ENCODING, -161, nullptr, err_recv_error},
+    {CURLE_SSL_CACERT_BADFILE, -177, nullptr, err_recv_error},
 };
 
 std::string ErrorLinePart(int mapped, CURLcode result, long status) {
@@ -79,11 +96,12 @@ TEST_F(CurlResult, EveryLibcurlResultMapsAndEndsAsTheTableSays) {
       auto pre = capture.WithMessage(row.preLog);
       ASSERT_EQ(pre.size(), 1u);
       EXPECT_EQ(pre[0].priority, 6);
+      EXPECT_TRUE(HasWholeLine(capture, "CurlResult.cpp", "ResultIf", row.preLog));
     }
     EXPECT_EQ(capture.Count("--- final unit->code: " + std::to_string(row.final)), 1u);
     // Each unit's slot back for the next row.
     curl->m_units[unit->m_index].first = false;
-    unit->code = 0;
+    unit->code = err_none;
   }
 }
 
@@ -92,7 +110,7 @@ TEST_F(CurlResult, SuccessIsZeroWithNoErrorLineAndLeavesTheRetryState) {
   unit->m_retry = 4;
   unit->m_httpStatus = 503;
   LogCapture capture;
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_OK, 200, -1), 0);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_OK, 200, -1), err_none);
   EXPECT_TRUE(capture.Containing("Curl Download Error!!").empty());
   EXPECT_TRUE(capture.Containing("--- unit->code").empty());
   EXPECT_EQ(unit->m_retry, 4u);
@@ -101,14 +119,14 @@ TEST_F(CurlResult, SuccessIsZeroWithNoErrorLineAndLeavesTheRetryState) {
 
 TEST_F(CurlResult, NullUnitLogsTheErrorAndGivesMinusOne) {
   LogCapture capture;
-  EXPECT_EQ(curl->ResultIf(nullptr, CURLE_OK, 200, -1), -1);
+  EXPECT_EQ(curl->ResultIf(nullptr, CURLE_OK, 200, -1), err_failed);
   EXPECT_EQ(capture.Count(">> strmcommon::Unit == NULL ERROR"), 1u);
 }
 
 TEST_F(CurlResult, ComputedCodeCarriesTheStatus) {
   UnitObject* unit = BeginScripted();
   LogCapture capture;
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_WRITE_ERROR, 200, -1), -20);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_WRITE_ERROR, 200, -1), err_recv_error);
   EXPECT_EQ(capture.Containing(ErrorLinePart(-200123, CURLE_WRITE_ERROR, 200)).size(), 1u);
   EXPECT_EQ(capture.Count("--- else, err_recv_error"), 1u);
 }
@@ -124,7 +142,7 @@ TEST_F(CurlResult, ErrorLineShowsEveryField) {
                           "http(0), now(12), total(34), http://media.test/a.ts, curlID(-1)"),
             1u);
   // Printed, and nothing else: the pause decides nothing.
-  EXPECT_EQ(unit->code, -20);
+  EXPECT_EQ(unit->code, err_recv_error);
   unit->m_pause = false;
 }
 
@@ -136,15 +154,15 @@ TEST_F(CurlResult, HeadersKeptModeNeverFinishesWithZero) {
       0);
   curl->UnlockMutItem();
   LogCapture capture;
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_OK, 200, -1), -20);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_OK, 200, -1), err_recv_error);
   EXPECT_EQ(capture.Containing(ErrorLinePart(-23, CURLE_OK, 200)).size(), 1u);
   engineinterpose::captureUsleep = true;
-  unit->code = 0;
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_OK, 404, -1), 10);
+  unit->code = err_none;
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_OK, 404, -1), err_retry);
   // The whole-content rule is closed to it too.
   unit->m_pos = unit->m_size = 100;
-  unit->code = 0;
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_RECV_ERROR, 200, -1), -20);
+  unit->code = err_none;
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_RECV_ERROR, 200, -1), err_recv_error);
 }
 
 TEST_F(CurlResult, NotFoundIsRetriedTwentyTimesOnOneCounterThenGivesMinusFiftyFour) {
@@ -152,7 +170,7 @@ TEST_F(CurlResult, NotFoundIsRetriedTwentyTimesOnOneCounterThenGivesMinusFiftyFo
   engineinterpose::captureUsleep = true;
   for (size_t i = 1; i <= 20; ++i) {
     LogCapture capture;
-    EXPECT_EQ(curl->ResultIf(unit, CURLE_HTTP_RETURNED_ERROR, 404, -1), 10);
+    EXPECT_EQ(curl->ResultIf(unit, CURLE_HTTP_RETURNED_ERROR, 404, -1), err_retry);
     EXPECT_EQ(unit->m_retry, i);
     EXPECT_EQ(unit->m_httpStatus, 404);
     auto lines = capture.WithMessage(" HTTP 400 404 504 403 500 Error case 404");
@@ -161,7 +179,7 @@ TEST_F(CurlResult, NotFoundIsRetriedTwentyTimesOnOneCounterThenGivesMinusFiftyFo
     EXPECT_EQ(capture.Count(" HTTP 4XX 5XX ERROR ( retry : " + std::to_string(i) + " )"), 1u);
   }
   LogCapture capture;
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_HTTP_RETURNED_ERROR, 404, -1), -54);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_HTTP_RETURNED_ERROR, 404, -1), err_http_retry_over);
   EXPECT_EQ(capture.Count(" HTTP  4XX 5XX ERROR - retry count ( retry : 20 )"), 1u);
   EXPECT_EQ(unit->m_retry, 20u);
   // One sleep of 500 ms per retry, none for the last.
@@ -172,14 +190,15 @@ TEST_F(CurlResult, EveryListedStatusIsRetriedAndOthersAreNot) {
   engineinterpose::captureUsleep = true;
   for (long status : {400L, 403L, 404L, 500L, 503L, 504L}) {
     UnitObject* unit = BeginScripted();
-    EXPECT_EQ(curl->ResultIf(unit, CURLE_HTTP_RETURNED_ERROR, status, -1), 10) << status;
+    EXPECT_EQ(curl->ResultIf(unit, CURLE_HTTP_RETURNED_ERROR, status, -1), err_retry) << status;
     EXPECT_EQ(unit->m_httpStatus, status);
-    unit->code = 0;
+    unit->code = err_none;
     curl->m_units[unit->m_index].first = false;
   }
   for (long status : {401L, 402L, 405L, 410L, 501L, 502L, 505L}) {
     UnitObject* unit = BeginScripted();
-    EXPECT_EQ(curl->ResultIf(unit, CURLE_HTTP_RETURNED_ERROR, status, -1), -20) << status;
+    EXPECT_EQ(curl->ResultIf(unit, CURLE_HTTP_RETURNED_ERROR, status, -1), err_recv_error)
+        << status;
     EXPECT_EQ(unit->m_httpStatus, 0);
     EXPECT_EQ(unit->m_retry, 0u);
     curl->m_units[unit->m_index].first = false;
@@ -189,15 +208,15 @@ TEST_F(CurlResult, EveryListedStatusIsRetriedAndOthersAreNot) {
 TEST_F(CurlResult, ListedStatusIsRetriedWhateverTheFailure) {
   UnitObject* unit = BeginScripted();
   engineinterpose::captureUsleep = true;
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_SSL_CONNECT_ERROR, 404, -1), 10);
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_COULDNT_RESOLVE_HOST, 500, -1), 10);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_SSL_CONNECT_ERROR, 404, -1), err_retry);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_COULDNT_RESOLVE_HOST, 500, -1), err_retry);
   EXPECT_EQ(unit->m_retry, 2u);
 }
 
 TEST_F(CurlResult, TlsFailureWithoutAListedStatusKeepsItsCodeUnderTheHostMessage) {
   UnitObject* unit = BeginScripted();
   LogCapture capture;
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_PEER_FAILED_VERIFICATION, 0, -1), -25);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_PEER_FAILED_VERIFICATION, 0, -1), err_ssl);
   EXPECT_EQ(capture.Count(" [ERROR] Host not resolved: unit code = -25, curl code = 60 http "
                           "status = 0"),
             1u);
@@ -211,7 +230,7 @@ TEST_F(CurlResult, BodyCutShortIsRetriedWithTheReceivedBytesToSkip) {
   unit->m_skipBytes = 100;
   engineinterpose::captureUsleep = true;
   LogCapture capture;
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_PARTIAL_FILE, 200, -1), 10);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_PARTIAL_FILE, 200, -1), err_retry);
   EXPECT_EQ(unit->m_skipBytes, 400u);
   EXPECT_EQ(unit->m_retry, 1u);
   auto lines = capture.WithMessage(
@@ -232,7 +251,7 @@ TEST_F(CurlResult, BrokenOffAfterTheWholeContentIsASuccess) {
   unit->m_pos = 1000;
   unit->m_httpStatus = 404;
   engineinterpose::captureUsleep = true;
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_RECV_ERROR, 200, -1), 0);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_RECV_ERROR, 200, -1), err_none);
   EXPECT_EQ(unit->m_httpStatus, 0);
   EXPECT_EQ(unit->m_retry, 0u);
   EXPECT_TRUE(engineinterpose::UsleepCalls().empty());
@@ -242,10 +261,11 @@ TEST_F(CurlResult, BrokenOffWithoutALengthIsRetriedUpToTheLimitThenFallsToMinusT
   UnitObject* unit = BeginScripted();
   unit->m_pos = 5000;
   engineinterpose::captureUsleep = true;
-  for (int i = 0; i < 20; ++i) EXPECT_EQ(curl->ResultIf(unit, CURLE_RECV_ERROR, 200, -1), 10);
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_RECV_ERROR, 200, -1), -20);
+  for (int i = 0; i < 20; ++i)
+    EXPECT_EQ(curl->ResultIf(unit, CURLE_RECV_ERROR, 200, -1), err_retry);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_RECV_ERROR, 200, -1), err_recv_error);
   // With a listed status behind it the status rule takes over.
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_RECV_ERROR, 503, -1), -54);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_RECV_ERROR, 503, -1), err_http_retry_over);
 }
 
 TEST_F(CurlResult, TimeoutIsRetriedOnlyWithoutBodyAndBelowTheRetryCount) {
@@ -254,7 +274,7 @@ TEST_F(CurlResult, TimeoutIsRetriedOnlyWithoutBodyAndBelowTheRetryCount) {
   engineinterpose::captureUsleep = true;
   unit->m_pos = 1;
   LogCapture capture;
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_OPERATION_TIMEDOUT, 0, -1), -53);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_OPERATION_TIMEDOUT, 0, -1), err_timeout);
   EXPECT_EQ(capture.Count(" HTTP TIME OUT ERROR-1 !"), 1u);
   auto lines = capture.WithMessage(
       "Curl Retry on operation timeout: retry(0), pause(0), interrupt(0), now(1), total(0), "
@@ -263,23 +283,23 @@ TEST_F(CurlResult, TimeoutIsRetriedOnlyWithoutBodyAndBelowTheRetryCount) {
   EXPECT_EQ(lines[0].priority, 6);
   unit->m_pos = 0;
   unit->m_retry = 5;
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_OPERATION_TIMEDOUT, 0, -1), 10);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_OPERATION_TIMEDOUT, 0, -1), err_retry);
   EXPECT_EQ(unit->m_retry, 6u);
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_OPERATION_TIMEDOUT, 0, -1), -53);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_OPERATION_TIMEDOUT, 0, -1), err_timeout);
   EXPECT_EQ(engineinterpose::UsleepCalls(), (std::vector<unsigned int>{500000}));
 }
 
 TEST_F(CurlResult, TimeoutIsNotRetriedWithTheRetryCountAsBuilt) {
   UnitObject* unit = BeginScripted();
   EXPECT_EQ(curl->m_retryCount, 0);
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_OPERATION_TIMEDOUT, 0, -1), -53);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_OPERATION_TIMEDOUT, 0, -1), err_timeout);
   EXPECT_EQ(unit->m_retry, 0u);
 }
 
 TEST_F(CurlResult, TimeoutWithTheWholeBodyStillStaysMinusFiftyThree) {
   UnitObject* unit = BeginScripted();
   unit->m_pos = unit->m_size = 1000;
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_OPERATION_TIMEDOUT, 200, -1), -53);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_OPERATION_TIMEDOUT, 200, -1), err_timeout);
 }
 
 TEST_F(CurlResult, ThreeKindsOfRetryShareOneCounter) {
@@ -291,10 +311,10 @@ TEST_F(CurlResult, ThreeKindsOfRetryShareOneCounter) {
   for (int i = 0; i < 5; ++i) curl->ResultIf(unit, CURLE_PARTIAL_FILE, 200, -1);
   EXPECT_EQ(unit->m_retry, 15u);
   for (int i = 0; i < 5; ++i) {
-    EXPECT_EQ(curl->ResultIf(unit, CURLE_HTTP_RETURNED_ERROR, 404, -1), 10);
+    EXPECT_EQ(curl->ResultIf(unit, CURLE_HTTP_RETURNED_ERROR, 404, -1), err_retry);
   }
   EXPECT_EQ(unit->m_retry, 20u);
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_HTTP_RETURNED_ERROR, 404, -1), -54);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_HTTP_RETURNED_ERROR, 404, -1), err_http_retry_over);
 }
 
 TEST_F(CurlResult, GuardTurnsATwentyFirstTimeoutRetryIntoMinusTwenty) {
@@ -303,26 +323,26 @@ TEST_F(CurlResult, GuardTurnsATwentyFirstTimeoutRetryIntoMinusTwenty) {
   unit->m_retry = 20;
   engineinterpose::captureUsleep = true;
   LogCapture capture;
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_OPERATION_TIMEDOUT, 0, -1), -20);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_OPERATION_TIMEDOUT, 0, -1), err_recv_error);
   EXPECT_EQ(unit->m_retry, 21u);
   EXPECT_EQ(capture.Count("--- unit->code  :-20"), 1u);
   // The guard also stands over the whole-content rule.
   unit->m_pos = unit->m_size = 10;
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_RECV_ERROR, 200, -1), -20);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_RECV_ERROR, 200, -1), err_recv_error);
 }
 
 TEST_F(CurlResult, CancelBeatsEveryRetryRuleWithoutAnErrorLine) {
   UnitObject* unit = BeginScripted();
   unit->m_cancel = true;
   LogCapture capture;
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_ABORTED_BY_CALLBACK, 404, -1), -12);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_ABORTED_BY_CALLBACK, 404, -1), err_interrupted);
   EXPECT_TRUE(capture.Containing("Curl Download Error!!").empty());
   EXPECT_TRUE(capture.Containing("--- unit->code").empty());
   EXPECT_FALSE(unit->m_cancel);
   EXPECT_EQ(unit->m_retry, 0u);
   // Another failure of a cancelled unit is logged, then becomes -12.
   unit->m_cancel = true;
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_HTTP_RETURNED_ERROR, 404, -1), -12);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_HTTP_RETURNED_ERROR, 404, -1), err_interrupted);
   EXPECT_EQ(capture.Containing("interrupt(1)").size(), 1u);
 }
 
@@ -344,7 +364,7 @@ TEST_F(CurlResult, SleepOfARetryHappensWithTheEngineLockHeld) {
   int code = 0;
   long date = 0;
   EXPECT_EQ(curl->GetCompleted(code, date), unit);
-  EXPECT_EQ(code, 10);
+  EXPECT_EQ(code, err_retry);
 }
 
 TEST_F(CurlResult, RedirectEndingInSuccessIsReportedWithItsFirstTarget) {
@@ -355,7 +375,7 @@ TEST_F(CurlResult, RedirectEndingInSuccessIsReportedWithItsFirstTarget) {
   curl->m_redirects.push_back({other, "http://x/o2\r\n"});
   curl->m_redirects.push_back({unit, "http://x/second\r\n"});
   EasyOf(unit)->longInfo[CURLINFO_REDIRECT_COUNT] = 2;
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_OK, 200, -1), 0);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_OK, 200, -1), err_none);
   auto redirects = client.Redirects();
   ASSERT_EQ(redirects.size(), 1u);
   EXPECT_EQ(redirects[0].first, unit);
@@ -371,7 +391,7 @@ TEST_F(CurlResult, RedirectEndingInFailureIsNotReportedButItsEntryIsGone) {
   curl->m_redirects.push_back({unit, "http://x/first\r\n"});
   EasyOf(unit)->longInfo[CURLINFO_REDIRECT_COUNT] = 1;
   engineinterpose::captureUsleep = true;
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_HTTP_RETURNED_ERROR, 404, -1), 10);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_HTTP_RETURNED_ERROR, 404, -1), err_retry);
   EXPECT_TRUE(client.Redirects().empty());
   EXPECT_TRUE(curl->m_redirects.empty());
 }
@@ -379,7 +399,7 @@ TEST_F(CurlResult, RedirectEndingInFailureIsNotReportedButItsEntryIsGone) {
 TEST_F(CurlResult, NoRedirectCountNoReport) {
   UnitObject* unit = BeginScripted();
   curl->m_redirects.push_back({unit, "http://x/first\r\n"});
-  EXPECT_EQ(curl->ResultIf(unit, CURLE_OK, 200, -1), 0);
+  EXPECT_EQ(curl->ResultIf(unit, CURLE_OK, 200, -1), err_none);
   EXPECT_TRUE(client.Redirects().empty());
   EXPECT_TRUE(curl->m_redirects.empty());
 }
@@ -406,7 +426,7 @@ class CurlResultLive : public LiveEngineTest {
   std::vector<int> RunWithRetries(const std::string& url, UnitObject*& last, size_t limit = 40) {
     std::vector<int> codes;
     UnitObject* unit = nullptr;
-    EXPECT_EQ(Begin(unit, url), 0);
+    EXPECT_EQ(Begin(unit, url), err_none);
     while (unit != nullptr && codes.size() < limit) {
       int code = 99;
       long date = 0;
@@ -416,9 +436,9 @@ class CurlResultLive : public LiveEngineTest {
       codes.push_back(code);
       last = unit;
       EXPECT_EQ(curl->EndDownload(unit), code);
-      if (code != 10 || codes.size() == limit) break;
+      if (code != err_retry || codes.size() == limit) break;
       UnitObject* again = nullptr;
-      EXPECT_EQ(Begin(again, url), 0);
+      EXPECT_EQ(Begin(again, url), err_none);
       // The retry lands on the same slot, so its counter goes on.
       EXPECT_EQ(again, unit);
       unit = again;
@@ -462,11 +482,11 @@ TEST_F(CurlResultLive, ServiceUnavailableIsRetried) {
 TEST_F(CurlResultLive, BodyCutShortAtFourHundredOfAThousandAsksForARetryWithFourHundredToSkip) {
   LogCapture capture;
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/drop/1000/400")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/drop/1000/400")), err_none);
   int code = 0;
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date), unit);
-  EXPECT_EQ(code, 10);
+  EXPECT_EQ(code, err_retry);
   EXPECT_EQ(unit->m_pos, 400u);
   EXPECT_EQ(unit->m_size, 1000u);
   EXPECT_EQ(unit->m_skipBytes, 400u);
@@ -476,38 +496,38 @@ TEST_F(CurlResultLive, BodyCutShortAtFourHundredOfAThousandAsksForARetryWithFour
                             "now(400), total(1000)")
                 .size(),
             1u);
-  EXPECT_EQ(curl->EndDownload(unit), 10);
+  EXPECT_EQ(curl->EndDownload(unit), err_retry);
   // The request again starts from the first byte: the skip is cleared by the set-up.
   UnitObject* again = nullptr;
-  ASSERT_EQ(Begin(again, server.Url("/bytes/1000")), 0);
+  ASSERT_EQ(Begin(again, server.Url("/bytes/1000")), err_none);
   EXPECT_EQ(again->m_skipBytes, 0u);
   ASSERT_EQ(WaitCompleted(code, date), again);
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   EXPECT_EQ(client.Get(again).sum.Value(), testsupport::Checksum::OfContent(1000));
-  EXPECT_EQ(curl->EndDownload(again), 0);
+  EXPECT_EQ(curl->EndDownload(again), err_none);
 }
 
 TEST_F(CurlResultLive, ChunkedBodyBrokenOffIsRetriedForLackOfALength) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/chunkdrop/50000")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/chunkdrop/50000")), err_none);
   int code = 0;
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date), unit);
-  EXPECT_EQ(code, 10);
+  EXPECT_EQ(code, err_retry);
   EXPECT_EQ(unit->m_size, 0u);
   EXPECT_EQ(unit->m_pos, 50000u);
   EXPECT_EQ(unit->m_skipBytes, 50000u);
   EXPECT_EQ(client.Get(unit).sum.Value(), testsupport::Checksum::OfContent(50000));
-  EXPECT_EQ(curl->EndDownload(unit), 10);
+  EXPECT_EQ(curl->EndDownload(unit), err_retry);
 }
 
 TEST_F(CurlResultLive, WholeChunkedBodyIsASuccess) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/chunked/300000")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/chunked/300000")), err_none);
   int code = -1;
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date), unit);
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   EXPECT_EQ(client.Get(unit).sum.Value(), testsupport::Checksum::OfContent(300000));
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
 }

@@ -12,6 +12,8 @@
 namespace {
 
 using enginetest::Data;
+using strmcommon::err_failed;
+using strmcommon::err_none;
 using strmcommon::UnitObject;
 using testsupport::LogCapture;
 
@@ -29,7 +31,7 @@ class CurlSetupLive : public enginetest::LiveEngineTest {
       long date = 0;
       UnitObject* unit = WaitCompleted(code, date);
       ASSERT_NE(unit, nullptr);
-      EXPECT_EQ(code, 0);
+      EXPECT_EQ(code, err_none);
       curl->EndDownload(unit);
     }
   }
@@ -44,7 +46,7 @@ TEST_F(CurlSetupLive, RangeWrittenInFrontOfTheUrlReachesTheServer) {
     res.set_content("ranged", "text/plain");
   });
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, "0-99" + server.Url("/range")), 0);
+  ASSERT_EQ(Begin(unit, "0-99" + server.Url("/range")), err_none);
   CollectAll(1);
   EXPECT_EQ(curl->m_urlInfo[unit->m_urlIndex].url, server.Url("/range"));
   EXPECT_EQ(curl->m_urlInfo[unit->m_urlIndex].range, "0-99");
@@ -54,7 +56,7 @@ TEST_F(CurlSetupLive, RangeWrittenInFrontOfTheUrlReachesTheServer) {
 
 TEST_F(CurlSetupLive, RangeOfAGeneratedBodyDeliversExactlyThoseBytes) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, "100-199" + server.Url("/bytes/1000")), 0);
+  ASSERT_EQ(Begin(unit, "100-199" + server.Url("/bytes/1000")), err_none);
   CollectAll(1);
   auto received = client.Get(unit);
   ASSERT_EQ(received.bytes, 100u);
@@ -66,7 +68,8 @@ TEST_F(CurlSetupLive, RangeOfAGeneratedBodyDeliversExactlyThoseBytes) {
 TEST_F(CurlSetupLive, ElevenHostNamesAllDownloadWithTheLastTwoSharingSlotZero) {
   std::vector<UnitObject*> units(11, nullptr);
   for (int i = 0; i < 11; ++i) {
-    ASSERT_EQ(Begin(units[i], Named("h" + std::to_string(i + 1) + ".localhost", "/bytes/5000")), 0);
+    ASSERT_EQ(Begin(units[i], Named("h" + std::to_string(i + 1) + ".localhost", "/bytes/5000")),
+              err_none);
   }
   CollectAll(11);
   for (int i = 0; i < 11; ++i) {
@@ -78,16 +81,16 @@ TEST_F(CurlSetupLive, ElevenHostNamesAllDownloadWithTheLastTwoSharingSlotZero) {
 
 TEST_F(CurlSetupLive, TwentyDownloadsFromOneHostKeepTheWholePoolFromASecondHost) {
   std::vector<UnitObject*> units(20, nullptr);
-  for (int i = 0; i < 20; ++i) ASSERT_EQ(Begin(units[i], server.Url("/bytes/20000")), 0);
+  for (int i = 0; i < 20; ++i) ASSERT_EQ(Begin(units[i], server.Url("/bytes/20000")), err_none);
   CollectAll(20);
   ASSERT_TRUE(curl->IsIdle());
   LogCapture capture;
   UnitObject* other = nullptr;
-  EXPECT_EQ(Begin(other, Named("localhost", "/bytes/10")), -1);
+  EXPECT_EQ(Begin(other, Named("localhost", "/bytes/10")), err_failed);
   EXPECT_EQ(other, nullptr);
   EXPECT_EQ(capture.Count("ERROR!! max concurrent download over"), 1u);
   // The first host is still served.
-  ASSERT_EQ(Begin(other, server.Url("/bytes/10")), 0);
+  ASSERT_EQ(Begin(other, server.Url("/bytes/10")), err_none);
   CollectAll(1);
 }
 
@@ -96,14 +99,15 @@ TEST_F(CurlSetupLive, HostsBoundAcrossThePoolServeTheirOwnRequestsOnly) {
   std::vector<UnitObject*> units(20, nullptr);
   for (int i = 0; i < 20; ++i) {
     std::string host = i % 2 == 0 ? "even.localhost" : "odd.localhost";
-    ASSERT_EQ(Begin(units[i], Named(host, "/bytes/3000")), 0);
+    ASSERT_EQ(Begin(units[i], Named(host, "/bytes/3000")), err_none);
   }
   CollectAll(20);
   for (int round = 0; round < 2; ++round) {
     std::vector<UnitObject*> again(10, nullptr);
-    for (int i = 0; i < 10; ++i) ASSERT_EQ(Begin(again[i], Named("odd.localhost", "/bytes/10")), 0);
+    for (int i = 0; i < 10; ++i)
+      ASSERT_EQ(Begin(again[i], Named("odd.localhost", "/bytes/10")), err_none);
     UnitObject* extra = nullptr;
-    EXPECT_EQ(Begin(extra, Named("odd.localhost", "/bytes/10")), -1);
+    EXPECT_EQ(Begin(extra, Named("odd.localhost", "/bytes/10")), err_failed);
     for (UnitObject* unit : again) EXPECT_EQ(unit->m_hostIndex, units[1]->m_hostIndex);
     CollectAll(10);
   }
@@ -118,10 +122,10 @@ TEST_F(CurlSetupLive, RequestCarriesTheAgentAndAcceptsEncodings) {
     res.set_content("who", "text/plain");
   });
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/who")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/who")), err_none);
   CollectAll(1);
   curl->SetAgent("test-agent/2");
-  ASSERT_EQ(Begin(unit, server.Url("/who")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/who")), err_none);
   CollectAll(1);
   std::lock_guard<std::mutex> guard(lock);
   ASSERT_EQ(seen.size(), 2u);
@@ -142,7 +146,7 @@ TEST_F(CurlSetupLive, ConditionalRequestAgainSendsNoIfModifiedSince) {
   for (int i = 0; i < 2; ++i) {
     UnitObject* unit = nullptr;
     curl->LockMutItem();
-    ASSERT_EQ(curl->BeginDownload(0, server.Url("/cond"), true, unit, false, Data()), 0);
+    ASSERT_EQ(curl->BeginDownload(0, server.Url("/cond"), true, unit, false, Data()), err_none);
     curl->UnlockMutItem();
     EXPECT_EQ(unit->m_urlIndex, 20);
     CollectAll(1);
@@ -167,9 +171,9 @@ TEST_F(CurlSetupLive, EveryClientCookieLineGoesToEveryLaterRequest) {
   curl->SetCookie("b=2");
   curl->UnlockMutItem();
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/jar")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/jar")), err_none);
   CollectAll(1);
-  ASSERT_EQ(Begin(unit, Named("localhost", "/jar")), 0);
+  ASSERT_EQ(Begin(unit, Named("localhost", "/jar")), err_none);
   CollectAll(1);
   std::lock_guard<std::mutex> guard(lock);
   EXPECT_EQ(seen, (std::vector<std::string>{"[a=1][b=2]", "[a=1][b=2]"}));
@@ -177,11 +181,12 @@ TEST_F(CurlSetupLive, EveryClientCookieLineGoesToEveryLaterRequest) {
 
 TEST_F(CurlSetupLive, DummyDownloadCompletesBesideRunningTransfers) {
   UnitObject* real = nullptr;
-  ASSERT_EQ(Begin(real, server.Url("/bytes/50000")), 0);
+  ASSERT_EQ(Begin(real, server.Url("/bytes/50000")), err_none);
   char key[] = "0123456789abcdef";
   UnitObject* dummy = nullptr;
   curl->LockMutItem();
-  ASSERT_EQ(curl->DummyDownload(0, server.Url("/key"), false, dummy, false, Data(), key, 16), 0);
+  ASSERT_EQ(curl->DummyDownload(0, server.Url("/key"), false, dummy, false, Data(), key, 16),
+            err_none);
   curl->UnlockMutItem();
   EXPECT_EQ(dummy, &curl->m_units[1].second);
   EXPECT_EQ(client.Get(dummy).data, "0123456789abcdef");
@@ -191,7 +196,7 @@ TEST_F(CurlSetupLive, DummyDownloadCompletesBesideRunningTransfers) {
     long date = 0;
     UnitObject* unit = WaitCompleted(code, date);
     ASSERT_NE(unit, nullptr);
-    EXPECT_EQ(code, 0);
+    EXPECT_EQ(code, err_none);
     finished.push_back(unit);
   }
   // The dummy unit counts as slot 0: ending it frees slot 0 once the real transfer is ended too.

@@ -7,12 +7,19 @@
 #include <vector>
 
 #include "EngineFixture.h"
+#include "WholeLogLine.h"
 
 namespace {
 
 using enginetest::Data;
+using strmcommon::err_failed;
+using strmcommon::err_http_retry_over;
+using strmcommon::err_invalidarg;
+using strmcommon::err_none;
+using strmcommon::err_retry;
 using strmcommon::UnitObject;
 using testsupport::DoneMessage;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 
 const char kPrefix[] = "http://127.0.0.1:54321/proxy?url=";
@@ -107,7 +114,7 @@ TEST_F(CurlSetup, EveryConditionalOptionSetGivesTheFullOrder) {
 TEST_F(CurlSetup, PlainRequestSetsOnlyTheUnconditionalOptionsWithTheirValues) {
   curl->SetConnDetails(7, 0);
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   std::vector<CURLoption> expected = {CURLOPT_URL,
                                       CURLOPT_FAILONERROR,
                                       CURLOPT_WRITEFUNCTION,
@@ -161,7 +168,7 @@ TEST_F(CurlSetup, PlainRequestSetsOnlyTheUnconditionalOptionsWithTheirValues) {
 TEST_F(CurlSetup, CookieLineIsLoggedEvenWhenThePoolHasNothing) {
   LogCapture capture;
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   EXPECT_EQ(capture.Count(" Cookie[]"), 1u);
   EXPECT_FALSE(EasyOf(unit)->HasOption(CURLOPT_COOKIE));
 }
@@ -173,9 +180,9 @@ TEST_F(CurlSetup, CookieFromThePoolIsSentOnlyToItsHost) {
   curl->SetCookieToPool(cookie, host, path);
   LogCapture capture;
   UnitObject* own = nullptr;
-  ASSERT_EQ(Begin(own, "http://media.test/a.ts"), 0);
+  ASSERT_EQ(Begin(own, "http://media.test/a.ts"), err_none);
   UnitObject* other = nullptr;
-  ASSERT_EQ(Begin(other, "http://other.test/a.ts"), 0);
+  ASSERT_EQ(Begin(other, "http://other.test/a.ts"), err_none);
   EXPECT_EQ(TextOption(own, CURLOPT_COOKIE), "sid=abc;");
   EXPECT_EQ(capture.Count(" Cookie[sid=abc;]"), 1u);
   EXPECT_FALSE(EasyOf(other)->HasOption(CURLOPT_COOKIE));
@@ -184,13 +191,15 @@ TEST_F(CurlSetup, CookieFromThePoolIsSentOnlyToItsHost) {
 TEST_F(CurlSetup, ConditionalRequestNeverSendsIfModifiedSince) {
   UnitObject* unit = nullptr;
   curl->LockMutItem();
-  ASSERT_EQ(curl->BeginDownload(0, "http://media.test/list.m3u8", true, unit, false, Data()), 0);
+  ASSERT_EQ(curl->BeginDownload(0, "http://media.test/list.m3u8", true, unit, false, Data()),
+            err_none);
   curl->UnlockMutItem();
   int entry = unit->m_urlIndex;
   curl->m_urlInfo[entry].fileTime = 1700000000;
   Finish(unit);
   curl->LockMutItem();
-  ASSERT_EQ(curl->BeginDownload(0, "http://media.test/list.m3u8", true, unit, false, Data()), 0);
+  ASSERT_EQ(curl->BeginDownload(0, "http://media.test/list.m3u8", true, unit, false, Data()),
+            err_none);
   curl->UnlockMutItem();
   // The entry found by URL is reused and its file time cleared before the options are set.
   EXPECT_EQ(unit->m_urlIndex, entry);
@@ -213,7 +222,7 @@ TEST_F(CurlSetup, ConditionalRequestsFillTheSecondHalfOfTheTableFromEntryTwenty)
     Finish(unit);
   }
   // A plain request uses the entry of its slot.
-  ASSERT_EQ(Begin(unit, "http://media.test/plain"), 0);
+  ASSERT_EQ(Begin(unit, "http://media.test/plain"), err_none);
   EXPECT_EQ(unit->m_urlIndex, unit->m_index);
   EXPECT_EQ(curl->m_urlInfo[unit->m_index].url, "http://media.test/plain");
 }
@@ -227,7 +236,7 @@ TEST_F(CurlSetup, TwentyFirstConditionalUrlReplacesTheEntryUsedLongestAgo) {
   curl->m_urlInfo[31].lastUse = 5;
   UnitObject* unit = nullptr;
   curl->LockMutItem();
-  ASSERT_EQ(curl->BeginDownload(0, "http://media.test/new", true, unit, false, Data()), 0);
+  ASSERT_EQ(curl->BeginDownload(0, "http://media.test/new", true, unit, false, Data()), err_none);
   curl->UnlockMutItem();
   // The tie goes to the lower index.
   EXPECT_EQ(unit->m_urlIndex, 27);
@@ -243,14 +252,14 @@ TEST_F(CurlSetup, ConditionalEntriesAllNewerThanNowFallBackToEntryTwenty) {
   }
   UnitObject* unit = nullptr;
   curl->LockMutItem();
-  ASSERT_EQ(curl->BeginDownload(0, "http://media.test/new", true, unit, false, Data()), 0);
+  ASSERT_EQ(curl->BeginDownload(0, "http://media.test/new", true, unit, false, Data()), err_none);
   curl->UnlockMutItem();
   EXPECT_EQ(unit->m_urlIndex, 20);
 }
 
 TEST_F(CurlSetup, ElevenDistinctHostsTakeSlotsOneToNineThenShareSlotZero) {
   std::vector<UnitObject*> units(11, nullptr);
-  for (int i = 0; i < 11; ++i) ASSERT_EQ(Begin(units[i], HostUrl(i + 1)), 0);
+  for (int i = 0; i < 11; ++i) ASSERT_EQ(Begin(units[i], HostUrl(i + 1)), err_none);
   for (int i = 0; i < 9; ++i) {
     EXPECT_EQ(units[i]->m_hostIndex, i + 1);
     EXPECT_EQ(curl->m_hosts[i + 1], "h" + std::to_string(i + 1) + ".test");
@@ -264,9 +273,9 @@ TEST_F(CurlSetup, SameHostTextFindsItsSlotAgain) {
   UnitObject* a = nullptr;
   UnitObject* b = nullptr;
   UnitObject* c = nullptr;
-  ASSERT_EQ(Begin(a, "http://one.test/a"), 0);
-  ASSERT_EQ(Begin(b, "http://two.test/a"), 0);
-  ASSERT_EQ(Begin(c, "http://one.test:8080/other?q=1"), 0);
+  ASSERT_EQ(Begin(a, "http://one.test/a"), err_none);
+  ASSERT_EQ(Begin(b, "http://two.test/a"), err_none);
+  ASSERT_EQ(Begin(c, "http://one.test:8080/other?q=1"), err_none);
   EXPECT_EQ(a->m_hostIndex, 1);
   EXPECT_EQ(b->m_hostIndex, 2);
   EXPECT_EQ(c->m_hostIndex, 1);
@@ -285,7 +294,7 @@ TEST_F(CurlSetup, UrlWithoutAHostGoesToSlotZero) {
 
 TEST_F(CurlSetup, TwentyHostsBindTheWholePoolForGood) {
   std::vector<UnitObject*> units(20, nullptr);
-  for (int i = 0; i < 20; ++i) ASSERT_EQ(Begin(units[i], HostUrl(i + 1)), 0);
+  for (int i = 0; i < 20; ++i) ASSERT_EQ(Begin(units[i], HostUrl(i + 1)), err_none);
   for (int i = 0; i < 20; ++i) {
     EXPECT_EQ(units[i], &curl->m_units[i].second);
     EXPECT_EQ(units[i]->m_hostIndex, i < 9 ? i + 1 : 0);
@@ -295,31 +304,33 @@ TEST_F(CurlSetup, TwentyHostsBindTheWholePoolForGood) {
 
   // Host 1 owns unit 0 alone: a second transfer at once finds no unit.
   UnitObject* first = nullptr;
-  ASSERT_EQ(Begin(first, HostUrl(1)), 0);
+  ASSERT_EQ(Begin(first, HostUrl(1)), err_none);
   EXPECT_EQ(first, units[0]);
   LogCapture capture;
   UnitObject* second = nullptr;
-  EXPECT_EQ(Begin(second, HostUrl(1)), -1);
+  EXPECT_EQ(Begin(second, HostUrl(1)), err_failed);
   EXPECT_EQ(second, nullptr);
   EXPECT_EQ(capture.Count("ERROR!! max concurrent download over"), 1u);
 
   // Hosts without a slot of their own share the eleven units bound to slot 0.
   UnitObject* shared = nullptr;
-  ASSERT_EQ(Begin(shared, HostUrl(30)), 0);
+  ASSERT_EQ(Begin(shared, HostUrl(30)), err_none);
   EXPECT_EQ(shared, units[9]);
-  ASSERT_EQ(Begin(shared, HostUrl(12)), 0);
+  ASSERT_EQ(Begin(shared, HostUrl(12)), err_none);
   EXPECT_EQ(shared, units[10]);
 }
 
 TEST_F(CurlSetup, UnitsOfOneHostRefuseASecondHostEvenAfterTheyAllEnded) {
   std::vector<UnitObject*> units(20, nullptr);
   for (int i = 0; i < 20; ++i)
-    ASSERT_EQ(Begin(units[i], "http://media.test/" + std::to_string(i)), 0);
+    ASSERT_EQ(Begin(units[i], "http://media.test/" + std::to_string(i)), err_none);
   for (UnitObject* unit : units) Finish(unit);
   LogCapture capture;
   UnitObject* other = nullptr;
-  EXPECT_EQ(Begin(other, "http://other.test/a"), -1);
+  EXPECT_EQ(Begin(other, "http://other.test/a"), err_failed);
   auto lines = capture.WithMessage("ERROR!! max concurrent download over");
+  EXPECT_TRUE(HasWholeLine(capture, "CurlSetup.cpp", "BeginDownloadImpl",
+                           "ERROR!! max concurrent download over"));
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0].priority, 6);
   // The slot of the refused host was still handed out.
@@ -328,18 +339,18 @@ TEST_F(CurlSetup, UnitsOfOneHostRefuseASecondHostEvenAfterTheyAllEnded) {
 
 TEST_F(CurlSetup, RetryLandingOnTheSameSlotGoesOnCounting) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   UnitObject* held = unit;
   curl->m_units[held->m_index].first = false;
-  held->code = 10;
+  held->code = err_retry;
   held->m_retry = 4;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   EXPECT_EQ(unit, held);
   EXPECT_EQ(unit->m_retry, 4u);
-  EXPECT_EQ(unit->code, 0);
+  EXPECT_EQ(unit->code, err_none);
   curl->m_units[held->m_index].first = false;
-  unit->code = -54;
-  ASSERT_EQ(Begin(unit), 0);
+  unit->code = err_http_retry_over;
+  ASSERT_EQ(Begin(unit), err_none);
   EXPECT_EQ(unit->m_retry, 0u);
 }
 
@@ -368,7 +379,7 @@ TEST_F(CurlSetup, HeadersKeptModeKeepsTheRetryCountAndTheTagUnlessTheNewTagIsEmp
 
 TEST_F(CurlSetup, UrlWithHttpOnlyAfterItsSchemeIsSplitThere) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, "ftp://mirror.test/httpdocs/a.ts"), 0);
+  ASSERT_EQ(Begin(unit, "ftp://mirror.test/httpdocs/a.ts"), err_none);
   EXPECT_EQ(curl->m_urlInfo[unit->m_urlIndex].range, "ftp://mirror.test/");
   EXPECT_EQ(curl->m_urlInfo[unit->m_urlIndex].url, "httpdocs/a.ts");
   EXPECT_EQ(TextOption(unit, CURLOPT_RANGE), "ftp://mirror.test/");
@@ -382,7 +393,7 @@ TEST_F(CurlSetup, AcceleratorPrefixGoesOnlyIntoTheRequestUrl) {
   curl->m_useAccelerator = true;
   LogCapture capture;
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, "http://media.test/a.ts?x=1"), 0);
+  ASSERT_EQ(Begin(unit, "http://media.test/a.ts?x=1"), err_none);
   EXPECT_EQ(TextOption(unit, CURLOPT_URL), std::string(kPrefix) + "http://media.test/a.ts?x=1");
   EXPECT_EQ(unit->m_url, "http://media.test/a.ts?x=1");
   EXPECT_EQ(curl->m_urlInfo[unit->m_urlIndex].url, "http://media.test/a.ts?x=1");
@@ -397,7 +408,7 @@ TEST_F(CurlSetup, AcceleratorPrefixGoesOnlyIntoTheRequestUrl) {
 TEST_F(CurlSetup, WithoutAcceleratorTheUrlIsPlainAndTheLineSaysSo) {
   LogCapture capture;
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, "http://media.test/a.ts"), 0);
+  ASSERT_EQ(Begin(unit, "http://media.test/a.ts"), err_none);
   EXPECT_EQ(TextOption(unit, CURLOPT_URL), "http://media.test/a.ts");
   auto lines = capture.WithMessage("working without accelerator");
   ASSERT_EQ(lines.size(), 1u);
@@ -437,12 +448,12 @@ TEST_F(CurlSetup, BeginDownload3OnLowLatencyStripsAOneParameterQueryForGood) {
   LowLatencyEvent event;
   curl->Init(&client, &event);
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, "http://media.test/live.m3u8?_HLS_msn=5"), 0);
+  ASSERT_EQ(Begin(unit, "http://media.test/live.m3u8?_HLS_msn=5"), err_none);
   int index = unit->m_urlIndex;
   Finish(unit);
   LogCapture capture;
   curl->LockMutItem();
-  ASSERT_EQ(curl->BeginDownload3(index, unit, false, Data()), 0);
+  ASSERT_EQ(curl->BeginDownload3(index, unit, false, Data()), err_none);
   curl->UnlockMutItem();
   EXPECT_EQ(TextOption(unit, CURLOPT_URL), "http://media.test/live.m3u8");
   EXPECT_EQ(curl->m_urlInfo[unit->m_urlIndex].url, "http://media.test/live.m3u8");
@@ -461,7 +472,7 @@ TEST_F(CurlSetup, BeginDownload3WithoutQueryStillLogsTheRemoval) {
   LogCapture capture;
   UnitObject* unit = nullptr;
   curl->LockMutItem();
-  ASSERT_EQ(curl->BeginDownload3(3, unit, false, Data()), 0);
+  ASSERT_EQ(curl->BeginDownload3(3, unit, false, Data()), err_none);
   curl->UnlockMutItem();
   EXPECT_EQ(curl->m_urlInfo[3].url, "http://media.test/live.m3u8");
   EXPECT_EQ(capture.Count(">> Curl::BeginDownload3 Removal of query string (  ) to give "
@@ -476,7 +487,7 @@ TEST_F(CurlSetup, BeginDownload3StripsTheFirstOccurrenceOfTheQueryText) {
   curl->m_urlInfo[3].url = "http://media.test/xa=1/p?a=1";
   UnitObject* unit = nullptr;
   curl->LockMutItem();
-  ASSERT_EQ(curl->BeginDownload3(3, unit, false, Data()), 0);
+  ASSERT_EQ(curl->BeginDownload3(3, unit, false, Data()), err_none);
   curl->UnlockMutItem();
   EXPECT_EQ(curl->m_urlInfo[3].url, "http://media.test//p?a=1");
 }
@@ -513,7 +524,7 @@ TEST_F(CurlSetup, BeginDownload3WithoutLowLatencyKeepsTheQuery) {
   LogCapture capture;
   UnitObject* unit = nullptr;
   curl->LockMutItem();
-  ASSERT_EQ(curl->BeginDownload3(3, unit, false, Data()), 0);
+  ASSERT_EQ(curl->BeginDownload3(3, unit, false, Data()), err_none);
   curl->UnlockMutItem();
   EXPECT_EQ(TextOption(unit, CURLOPT_URL), "http://media.test/live.m3u8?a=1");
   EXPECT_EQ(capture.Count(">> inside low latency check"), 0u);
@@ -524,16 +535,16 @@ TEST_F(CurlSetup, BeginDownload3OfAnEmptyEntryFailsWithMinusThirteen) {
   event.lowLatency = false;
   curl->Init(&client, &event);
   UnitObject* unit = nullptr;
-  EXPECT_EQ(curl->BeginDownload3(25, unit, false, Data()), -13);
+  EXPECT_EQ(curl->BeginDownload3(25, unit, false, Data()), err_invalidarg);
 }
 
 TEST_F(CurlSetup, DummyDownloadMakesTheUnitCountAsSlotZero) {
   UnitObject* first = nullptr;
-  ASSERT_EQ(Begin(first, HostUrl(1)), 0);
+  ASSERT_EQ(Begin(first, HostUrl(1)), err_none);
   char body[] = "key";
   UnitObject* unit = nullptr;
   curl->LockMutItem();
-  ASSERT_EQ(curl->DummyDownload(0, HostUrl(2), false, unit, false, Data(), body, 3), 0);
+  ASSERT_EQ(curl->DummyDownload(0, HostUrl(2), false, unit, false, Data(), body, 3), err_none);
   curl->UnlockMutItem();
   // The second slot of the pool was taken, and the host got a slot of its own.
   EXPECT_EQ(unit, &curl->m_units[1].second);
@@ -546,7 +557,7 @@ TEST_F(CurlSetup, DummyDownloadMakesTheUnitCountAsSlotZero) {
   long date = -1;
   ASSERT_EQ(curl->GetCompleted(code, date), unit);
   // EndDownload goes by m_index: it frees slot 0, not the slot the unit stands in.
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
   EXPECT_FALSE(curl->m_units[0].first);
   EXPECT_TRUE(curl->m_units[1].first);
 }
@@ -555,21 +566,21 @@ TEST_F(CurlSetup, DummyDownloadUnitIsOpenToEveryHostWithoutASlot) {
   char body[] = "key";
   UnitObject* unit = nullptr;
   curl->LockMutItem();
-  ASSERT_EQ(curl->DummyDownload(0, HostUrl(1), false, unit, false, Data(), body, 3), 0);
+  ASSERT_EQ(curl->DummyDownload(0, HostUrl(1), false, unit, false, Data(), body, 3), err_none);
   curl->UnlockMutItem();
   int code = -1;
   long date = -1;
   ASSERT_EQ(curl->GetCompleted(code, date), unit);
-  ASSERT_EQ(curl->EndDownload(unit), 0);
+  ASSERT_EQ(curl->EndDownload(unit), err_none);
   ASSERT_EQ(unit, &curl->m_units[0].second);
   for (int i = 2; i <= 9; ++i) curl->m_hosts[i] = "taken" + std::to_string(i);
   // Host 1 owns slot 1, but the unit now counts as bound to slot 0.
   UnitObject* next = nullptr;
-  ASSERT_EQ(Begin(next, HostUrl(1)), 0);
+  ASSERT_EQ(Begin(next, HostUrl(1)), err_none);
   EXPECT_EQ(next, &curl->m_units[1].second);
   Finish(next);
   UnitObject* stranger = nullptr;
-  ASSERT_EQ(Begin(stranger, HostUrl(50)), 0);
+  ASSERT_EQ(Begin(stranger, HostUrl(50)), err_none);
   EXPECT_EQ(stranger, unit);
 }
 
@@ -580,7 +591,7 @@ TEST_F(CurlSetup, DummyDownloadLeavesRetryRedirectAndTheTableAlone) {
   char body[] = "";
   UnitObject* unit = nullptr;
   curl->LockMutItem();
-  ASSERT_EQ(curl->DummyDownload(0, HostUrl(1), false, unit, false, Data(), body, 0), 0);
+  ASSERT_EQ(curl->DummyDownload(0, HostUrl(1), false, unit, false, Data(), body, 0), err_none);
   curl->UnlockMutItem();
   EXPECT_EQ(unit->m_retry, 3u);
   EXPECT_TRUE(unit->m_redirecting);
@@ -590,12 +601,13 @@ TEST_F(CurlSetup, DummyDownloadLeavesRetryRedirectAndTheTableAlone) {
 
 TEST_F(CurlSetup, DummyDownloadWithoutAUnitFailsWithMinusThirteen) {
   std::vector<UnitObject*> units(20, nullptr);
-  for (int i = 0; i < 20; ++i) ASSERT_EQ(Begin(units[i], HostUrl(1)), 0);
+  for (int i = 0; i < 20; ++i) ASSERT_EQ(Begin(units[i], HostUrl(1)), err_none);
   char body[] = "x";
   UnitObject* unit = nullptr;
   LogCapture capture;
   curl->LockMutItem();
-  EXPECT_EQ(curl->DummyDownload(0, HostUrl(1), false, unit, false, Data(), body, 1), -13);
+  EXPECT_EQ(curl->DummyDownload(0, HostUrl(1), false, unit, false, Data(), body, 1),
+            err_invalidarg);
   curl->UnlockMutItem();
   EXPECT_EQ(unit, nullptr);
   EXPECT_EQ(capture.Count("Curl unit not alloted"), 1u);
@@ -606,9 +618,9 @@ TEST_F(CurlSetup, DummyDownloadWithAnOlderKeyOrAnEmptyUrl) {
   char body[] = "x";
   UnitObject* unit = nullptr;
   LogCapture capture;
-  EXPECT_EQ(curl->DummyDownload(4, HostUrl(1), false, unit, false, Data(), body, 1), 0);
+  EXPECT_EQ(curl->DummyDownload(4, HostUrl(1), false, unit, false, Data(), body, 1), err_none);
   EXPECT_EQ(capture.Count("Curl::BeginDownload"), 1u);
-  EXPECT_EQ(curl->DummyDownload(5, "", false, unit, false, Data(), body, 1), -13);
+  EXPECT_EQ(curl->DummyDownload(5, "", false, unit, false, Data(), body, 1), err_invalidarg);
   EXPECT_EQ(capture.Count("Curl err_invalidarg"), 1u);
   EXPECT_EQ(unit, nullptr);
   EXPECT_TRUE(curl->IsIdle());
@@ -619,7 +631,7 @@ TEST_F(CurlSetup, DummyDownloadIgnoresQuit) {
   char body[] = "x";
   UnitObject* unit = nullptr;
   curl->LockMutItem();
-  EXPECT_EQ(curl->DummyDownload(0, HostUrl(1), false, unit, false, Data(), body, 1), 0);
+  EXPECT_EQ(curl->DummyDownload(0, HostUrl(1), false, unit, false, Data(), body, 1), err_none);
   curl->UnlockMutItem();
   EXPECT_NE(unit, nullptr);
   curl->m_quit = false;

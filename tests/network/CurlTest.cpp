@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <cstdlib>
 #include <thread>
 
@@ -10,14 +11,20 @@
 #include "CurlEasy.h"
 #include "CurlMulti.h"
 #include "EngineFixture.h"
+#include "WholeLogLine.h"
 
 using enginetest::Data;
 using enginetest::FakeEngineTest;
+using strmcommon::err_failed;
+using strmcommon::err_invalidarg;
+using strmcommon::err_none;
+using strmcommon::kBitrateUnknown;
 using strmcommon::UnitObject;
 using strmcommon::UserData;
 using testsupport::CurlProbe;
 using testsupport::FakeCurlFactory;
 using testsupport::FakeCurlState;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 using testsupport::WaitFor;
 
@@ -54,6 +61,7 @@ TEST_F(CurlConstruction, LogsItsStartAndTheSleepTimeAtDebugLevel) {
   LogCapture capture;
   auto curl = Make(750);
   auto start = capture.WithMessage("Constructor starts.\n");
+  EXPECT_TRUE(HasWholeLine(capture, "Curl.cpp", "Curl", "Constructor starts.\n"));
   ASSERT_EQ(start.size(), 1u);
   EXPECT_EQ(start[0].priority, 3);
   EXPECT_EQ(start[0].logId, 2);
@@ -285,7 +293,7 @@ TEST_F(FakeEngineTest, SetConnDetailsReplacesOnlyPositiveValues) {
 TEST_F(FakeEngineTest, SetConnDetailsTimeoutReachesTheNextTransfer) {
   curl->SetConnDetails(7, 0);
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   EXPECT_EQ(EasyOf(unit)->Option(CURLOPT_CONNECTTIMEOUT), reinterpret_cast<void*>(7L));
 }
 
@@ -297,25 +305,25 @@ TEST_F(FakeEngineTest, SetConnTimeoutAndSetLowSpeedTimeoutOnlyStoreAndNoTransfer
   EXPECT_EQ(curl->m_connectTimeout, 25);
   EXPECT_EQ(curl->m_lowSpeedTime, 28);
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   EXPECT_EQ(EasyOf(unit)->Option(CURLOPT_CONNECTTIMEOUT), reinterpret_cast<void*>(25L));
   EXPECT_EQ(EasyOf(unit)->Option(CURLOPT_LOW_SPEED_TIME), reinterpret_cast<void*>(28L));
 }
 
 TEST_F(FakeEngineTest, SetMaxNwSpeedLimitsLaterTransfers) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   EXPECT_FALSE(EasyOf(unit)->HasOption(CURLOPT_MAX_RECV_SPEED_LARGE));
   curl->SetMaxNwSpeed(5000);
   EXPECT_EQ(curl->m_maxNwSpeed, 5000);
   UnitObject* second = nullptr;
-  ASSERT_EQ(Begin(second), 0);
+  ASSERT_EQ(Begin(second), err_none);
   EXPECT_EQ(EasyOf(second)->Option(CURLOPT_MAX_RECV_SPEED_LARGE), reinterpret_cast<void*>(5000L));
 }
 
 TEST_F(FakeEngineTest, ProxyAndAgentAreCopiedReportedAndSet) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   EXPECT_FALSE(EasyOf(unit)->HasOption(CURLOPT_PROXY));
   EXPECT_STREQ(static_cast<const char*>(EasyOf(unit)->Option(CURLOPT_USERAGENT)),
                "corvane-agent/1.1");
@@ -328,7 +336,7 @@ TEST_F(FakeEngineTest, ProxyAndAgentAreCopiedReportedAndSet) {
   EXPECT_EQ(curl->get_proxy(), "http://proxy.test:3128");
   EXPECT_EQ(curl->get_user_agent(), "agent/2");
   UnitObject* second = nullptr;
-  ASSERT_EQ(Begin(second), 0);
+  ASSERT_EQ(Begin(second), err_none);
   EXPECT_STREQ(static_cast<const char*>(EasyOf(second)->Option(CURLOPT_PROXY)),
                "http://proxy.test:3128");
   EXPECT_STREQ(static_cast<const char*>(EasyOf(second)->Option(CURLOPT_USERAGENT)), "agent/2");
@@ -344,7 +352,7 @@ TEST_F(FakeEngineTest, IsIdleIsTrueAfterConstruction) { EXPECT_TRUE(curl->IsIdle
 
 TEST_F(FakeEngineTest, IsIdleIsFalseOnceABeginSetFirstBeforeTheHandleIsAdded) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   EXPECT_TRUE(state->added.empty());
   EXPECT_FALSE(curl->IsIdle());
 }
@@ -357,7 +365,7 @@ TEST_F(FakeEngineTest, IsDownloadingIsFalseForNullWithoutALogLine) {
 
 TEST_F(FakeEngineTest, IsDownloadingIsTrueForARunningUnitAndFalseWhenPaused) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   EXPECT_TRUE(curl->IsDownloading(unit));
   unit->m_pause = true;
   EXPECT_FALSE(curl->IsDownloading(unit));
@@ -365,7 +373,7 @@ TEST_F(FakeEngineTest, IsDownloadingIsTrueForARunningUnitAndFalseWhenPaused) {
 
 TEST_F(FakeEngineTest, IsDownloadingIsFalseForAFreedSlot) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   curl->m_units[unit->m_index].first = false;
   EXPECT_FALSE(curl->IsDownloading(unit));
 }
@@ -381,7 +389,7 @@ TEST_F(FakeEngineTest, IsPauseForNullLogsTheErrorLineAndGivesFalse) {
 
 TEST_F(FakeEngineTest, IsPauseIsFalseForAFreedSlotEvenWithThePauseFlagSet) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   unit->m_pause = true;
   LogCapture capture;
   EXPECT_TRUE(curl->IsPause(unit));
@@ -446,7 +454,7 @@ TEST_F(FakeEngineTest, LockMutItemKeepsOtherThreadsOutUntilUnlock) {
 
 TEST_F(FakeEngineTest, PlainGetConfiguresWhatATransferNeedsAndQueuesTheUnit) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, "http://media.test/seg1.ts"), 0);
+  ASSERT_EQ(Begin(unit, "http://media.test/seg1.ts"), err_none);
   ASSERT_EQ(unit, &curl->m_units[0].second);
   EXPECT_TRUE(curl->m_units[0].first);
   EXPECT_EQ(client.Starts(), 1);
@@ -460,7 +468,7 @@ TEST_F(FakeEngineTest, PlainGetConfiguresWhatATransferNeedsAndQueuesTheUnit) {
   EXPECT_EQ(easy->resetCalls, 1);
   ASSERT_EQ(curl->m_requests.size(), 1u);
   EXPECT_EQ(curl->m_requests.front(), unit);
-  EXPECT_EQ(unit->code, 0);
+  EXPECT_EQ(unit->code, err_none);
   EXPECT_EQ(unit->m_index, 0);
   EXPECT_EQ(unit->m_urlIndex, 0);
   EXPECT_EQ(unit->m_url, "http://media.test/seg1.ts");
@@ -469,7 +477,7 @@ TEST_F(FakeEngineTest, PlainGetConfiguresWhatATransferNeedsAndQueuesTheUnit) {
 
 TEST_F(FakeEngineTest, EveryBeginGivesTheUnitAFreshEasyHandle) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   EXPECT_EQ(unit->m_easy, state->easies.back());
   EXPECT_EQ(state->easyReleased, 1);
   EXPECT_EQ(state->easyCreated, 21);
@@ -478,20 +486,20 @@ TEST_F(FakeEngineTest, EveryBeginGivesTheUnitAFreshEasyHandle) {
 TEST_F(FakeEngineTest, BeginTakesTheFirstFreeUnit) {
   UnitObject* a = nullptr;
   UnitObject* b = nullptr;
-  ASSERT_EQ(Begin(a), 0);
-  ASSERT_EQ(Begin(b), 0);
+  ASSERT_EQ(Begin(a), err_none);
+  ASSERT_EQ(Begin(b), err_none);
   EXPECT_EQ(a, &curl->m_units[0].second);
   EXPECT_EQ(b, &curl->m_units[1].second);
   curl->m_units[0].first = false;
   UnitObject* c = nullptr;
-  ASSERT_EQ(Begin(c), 0);
+  ASSERT_EQ(Begin(c), err_none);
   EXPECT_EQ(c, a);
 }
 
 TEST_F(FakeEngineTest, BeginSkipsAFreeSlotThatIsStillDone) {
   curl->m_units[0].second.m_done = true;
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit), 0);
+  ASSERT_EQ(Begin(unit), err_none);
   EXPECT_EQ(unit, &curl->m_units[1].second);
   curl->m_units[0].second.m_done = false;
 }
@@ -499,11 +507,11 @@ TEST_F(FakeEngineTest, BeginSkipsAFreeSlotThatIsStillDone) {
 TEST_F(FakeEngineTest, BeginWithEveryUnitTakenFailsWithMinusOneAndTheErrorLine) {
   for (int i = 0; i < 20; ++i) {
     UnitObject* unit = nullptr;
-    ASSERT_EQ(Begin(unit), 0);
+    ASSERT_EQ(Begin(unit), err_none);
   }
   LogCapture capture;
   UnitObject* unit = nullptr;
-  EXPECT_EQ(Begin(unit), -1);
+  EXPECT_EQ(Begin(unit), err_failed);
   EXPECT_EQ(unit, nullptr);
   auto lines = capture.WithMessage("ERROR!! max concurrent download over");
   ASSERT_EQ(lines.size(), 1u);
@@ -513,7 +521,8 @@ TEST_F(FakeEngineTest, BeginWithEveryUnitTakenFailsWithMinusOneAndTheErrorLine) 
 TEST_F(FakeEngineTest, BeginLogsTheUrlAtErrorLevel) {
   LogCapture capture;
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, "http://media.test/x.ts", UserData{5, 6, 7, 99999999, 0, 8}), 0);
+  ASSERT_EQ(Begin(unit, "http://media.test/x.ts", UserData{5, 6, 7, kBitrateUnknown, 0, 8}),
+            err_none);
   auto lines = capture.WithMessage(
       "TYPE : 5, streamIdx : 6, SegmentIdx : 7,  Curl::BeginDownloadImpl() with URL = "
       "http://media.test/x.ts\n ");
@@ -526,7 +535,8 @@ TEST_F(FakeEngineTest, BeginLogsTheUrlAtErrorLevel) {
 TEST_F(FakeEngineTest, RangeWrittenInFrontOfTheUrlBecomesARangeRequest) {
   LogCapture capture;
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, "0-99http://media.test/x.ts", UserData{5, 6, 7, 99999999, 1, 8}), 0);
+  ASSERT_EQ(Begin(unit, "0-99http://media.test/x.ts", UserData{5, 6, 7, kBitrateUnknown, 1, 8}),
+            err_none);
   EXPECT_STREQ(static_cast<const char*>(EasyOf(unit)->Option(CURLOPT_RANGE)), "0-99");
   EXPECT_STREQ(static_cast<const char*>(EasyOf(unit)->Option(CURLOPT_URL)),
                "http://media.test/x.ts");
@@ -538,21 +548,33 @@ TEST_F(FakeEngineTest, RangeWrittenInFrontOfTheUrlBecomesARangeRequest) {
             1u);
 }
 
+TEST_F(FakeEngineTest, BeginLogPrintsTheStatePlusOneInThirtyTwoBits) {
+  LogCapture capture;
+  UnitObject* unit = nullptr;
+  ASSERT_EQ(
+      Begin(unit, "0-99http://media.test/x.ts", UserData{5, 6, 7, kBitrateUnknown, INT32_MAX, 8}),
+      err_none);
+  EXPECT_EQ(capture.Count("TYPE : 5, streamIdx : 6, SegmentIdx : 7, state = -2147483648,  "
+                          "Curl::BeginDownloadImpl() with URL = http://media.test/x.ts, "
+                          "range=0-99\n "),
+            1u);
+}
+
 TEST_F(FakeEngineTest, BeginWithoutHttpInTheStringFailsWithMinusOne) {
   UnitObject* unit = nullptr;
-  EXPECT_EQ(Begin(unit, "ftp://media.test/x.ts"), -1);
+  EXPECT_EQ(Begin(unit, "ftp://media.test/x.ts"), err_failed);
   EXPECT_TRUE(curl->IsIdle());
 }
 
 TEST_F(FakeEngineTest, BeginWithAnEmptyUrlFailsWithMinusThirteen) {
   UnitObject* unit = nullptr;
-  EXPECT_EQ(Begin(unit, ""), -13);
+  EXPECT_EQ(Begin(unit, ""), err_invalidarg);
 }
 
 TEST_F(FakeEngineTest, BeginWithAnOlderKeyIsASilentSuccessThatLeavesTheUnit) {
   curl->m_requestKey = 3;
   UnitObject* unit = reinterpret_cast<UnitObject*>(0x10);
-  EXPECT_EQ(curl->BeginDownload(2, "http://media.test/x.ts", false, unit, false, Data()), 0);
+  EXPECT_EQ(curl->BeginDownload(2, "http://media.test/x.ts", false, unit, false, Data()), err_none);
   EXPECT_EQ(unit, reinterpret_cast<UnitObject*>(0x10));
   EXPECT_TRUE(curl->IsIdle());
 }
@@ -562,10 +584,11 @@ TEST_F(FakeEngineTest, BufferSizeFollowsTheBitrate) {
     int bitrate;
     long size;
   };
-  const Row rows[] = {{2621439, 32768}, {2621440, 32768}, {8000000, 100000}, {99999999, 32768}};
+  const Row rows[] = {
+      {2621439, 32768}, {2621440, 32768}, {8000000, 100000}, {kBitrateUnknown, 32768}};
   for (const Row& row : rows) {
     UnitObject* unit = nullptr;
-    ASSERT_EQ(Begin(unit, "http://media.test/x.ts", Data(1, 0, row.bitrate)), 0);
+    ASSERT_EQ(Begin(unit, "http://media.test/x.ts", Data(1, 0, row.bitrate)), err_none);
     EXPECT_EQ(EasyOf(unit)->Option(CURLOPT_BUFFERSIZE), reinterpret_cast<void*>(row.size))
         << row.bitrate;
     curl->m_units[unit->m_index].first = false;
@@ -577,15 +600,15 @@ TEST_F(FakeEngineTest, DummyDownloadServesTheBufferThroughTheCompletionPath) {
   UnitObject* unit = nullptr;
   curl->LockMutItem();
   EXPECT_EQ(curl->DummyDownload(0, "http://media.test/key", false, unit, false, Data(), body, 8),
-            0);
+            err_none);
   curl->UnlockMutItem();
   ASSERT_NE(unit, nullptr);
   EXPECT_EQ(client.Get(unit).data, "buffered");
   int code = -1;
   long date = -1;
   EXPECT_EQ(curl->GetCompleted(code, date), unit);
-  EXPECT_EQ(code, 0);
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(code, err_none);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
 }
 
 TEST_F(FakeEngineTest, DummyDownloadOfNothingStillCallsTheClientWithLengthZero) {
@@ -593,7 +616,7 @@ TEST_F(FakeEngineTest, DummyDownloadOfNothingStillCallsTheClientWithLengthZero) 
   UnitObject* unit = nullptr;
   curl->LockMutItem();
   EXPECT_EQ(curl->DummyDownload(0, "http://media.test/key", false, unit, false, Data(), body, 0),
-            0);
+            err_none);
   curl->UnlockMutItem();
   auto received = client.Get(unit);
   EXPECT_EQ(received.calls, 1);
@@ -601,8 +624,8 @@ TEST_F(FakeEngineTest, DummyDownloadOfNothingStillCallsTheClientWithLengthZero) 
   int code = -1;
   long date = -1;
   EXPECT_EQ(curl->GetCompleted(code, date), unit);
-  EXPECT_EQ(code, 0);
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(code, err_none);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
 }
 
 TEST_F(FakeEngineTest, BeginDownload2TakesTheRangeApart) {
@@ -625,12 +648,12 @@ TEST_F(FakeEngineTest, BeginDownload3RequestsTheTableEntryAgain) {
   } event;
   curl->Init(&client, &event);
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, "5-9http://media.test/again.ts"), 0);
+  ASSERT_EQ(Begin(unit, "5-9http://media.test/again.ts"), err_none);
   int index = unit->m_urlIndex;
   curl->m_units[unit->m_index].first = false;
   UnitObject* again = nullptr;
   curl->LockMutItem();
-  EXPECT_EQ(curl->BeginDownload3(index, again, false, Data()), 0);
+  EXPECT_EQ(curl->BeginDownload3(index, again, false, Data()), err_none);
   curl->UnlockMutItem();
   ASSERT_NE(again, nullptr);
   EXPECT_STREQ(static_cast<const char*>(EasyOf(again)->Option(CURLOPT_URL)),

@@ -15,6 +15,11 @@
 
 using enginetest::Data;
 using enginetest::LiveEngineTest;
+using strmcommon::err_failed;
+using strmcommon::err_none;
+using strmcommon::err_recv_error;
+using strmcommon::err_resolve_host;
+using strmcommon::err_retry;
 using strmcommon::UnitObject;
 using testsupport::Checksum;
 using testsupport::LogCapture;
@@ -31,9 +36,10 @@ int ClosedPort() {
   addr.sin_family = AF_INET;
   addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   addr.sin_port = 0;
-  bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr));
+  // A failed bind or name leaves port 0, on which nothing listens either.
+  if (bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)) != 0) addr.sin_port = 0;
   socklen_t len = sizeof(addr);
-  getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len);
+  if (getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len) != 0) addr.sin_port = 0;
   close(fd);
   return ntohs(addr.sin_port);
 }
@@ -42,12 +48,12 @@ int ClosedPort() {
 
 TEST_F(CurlTransfer, SmallFileArrivesWholeWithCodeZero) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/bytes/1000")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/bytes/1000")), err_none);
   ASSERT_NE(unit, nullptr);
   int code = -1;
   long date = -1;
   ASSERT_EQ(WaitCompleted(code, date), unit);
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   EXPECT_EQ(date, 0);
   auto received = client.Get(unit);
   EXPECT_EQ(received.bytes, 1000u);
@@ -55,7 +61,7 @@ TEST_F(CurlTransfer, SmallFileArrivesWholeWithCodeZero) {
   EXPECT_EQ(curl->GetPos(unit), 1000u);
   EXPECT_EQ(curl->GetSize(unit), 1000u);
   EXPECT_EQ(client.Starts(), 1);
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
   EXPECT_TRUE(curl->IsIdle());
   EXPECT_EQ(curl->get_dest_ip(), "127.0.0.1");
   EXPECT_EQ(curl->get_host_ip(), "127.0.0.1");
@@ -64,27 +70,27 @@ TEST_F(CurlTransfer, SmallFileArrivesWholeWithCodeZero) {
 TEST_F(CurlTransfer, HundredMegabytesArriveByteForByte) {
   const size_t size = 100u * 1024 * 1024;
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/bytes/" + std::to_string(size))), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/bytes/" + std::to_string(size))), err_none);
   int code = -1;
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date, std::chrono::seconds(100)), unit);
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   auto received = client.Get(unit);
   EXPECT_EQ(received.bytes, size);
   EXPECT_EQ(received.sum.Value(), Checksum::OfContent(size));
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
 }
 
 TEST_F(CurlTransfer, TwentyTransfersAtOnceAllArriveAndATwentyFirstIsRefused) {
   std::vector<UnitObject*> units(20, nullptr);
   for (int i = 0; i < 20; ++i) {
     size_t size = 1000 + 7919 * i;
-    ASSERT_EQ(Begin(units[i], server.Url("/bytes/" + std::to_string(size))), 0);
+    ASSERT_EQ(Begin(units[i], server.Url("/bytes/" + std::to_string(size))), err_none);
   }
   UnitObject* extra = nullptr;
   {
     LogCapture capture;
-    EXPECT_EQ(Begin(extra, server.Url("/bytes/10")), -1);
+    EXPECT_EQ(Begin(extra, server.Url("/bytes/10")), err_failed);
     EXPECT_EQ(capture.Count("ERROR!! max concurrent download over"), 1u);
   }
   std::set<UnitObject*> finished;
@@ -93,7 +99,7 @@ TEST_F(CurlTransfer, TwentyTransfersAtOnceAllArriveAndATwentyFirstIsRefused) {
     long date = 0;
     UnitObject* unit = WaitCompleted(code, date);
     ASSERT_NE(unit, nullptr);
-    EXPECT_EQ(code, 0);
+    EXPECT_EQ(code, err_none);
     finished.insert(unit);
   }
   EXPECT_EQ(finished.size(), 20u);
@@ -102,7 +108,7 @@ TEST_F(CurlTransfer, TwentyTransfersAtOnceAllArriveAndATwentyFirstIsRefused) {
     auto received = client.Get(units[i]);
     EXPECT_EQ(received.bytes, size) << i;
     EXPECT_EQ(received.sum.Value(), Checksum::OfContent(size)) << i;
-    EXPECT_EQ(curl->EndDownload(units[i]), 0);
+    EXPECT_EQ(curl->EndDownload(units[i]), err_none);
   }
   EXPECT_TRUE(curl->IsIdle());
 }
@@ -111,39 +117,39 @@ TEST_F(CurlTransfer, RefusedConnectionEndsAsMinusTwenty) {
   LogCapture capture;
   UnitObject* unit = nullptr;
   std::string url = "http://127.0.0.1:" + std::to_string(ClosedPort()) + "/x";
-  ASSERT_EQ(Begin(unit, url), 0);
+  ASSERT_EQ(Begin(unit, url), err_none);
   int code = 0;
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date), unit);
-  EXPECT_EQ(code, -20);
+  EXPECT_EQ(code, err_recv_error);
   EXPECT_EQ(capture.Containing("vas(-18), Curl(7), http(0)").size(), 1u);
   EXPECT_EQ(capture.Count("--- else, err_recv_error"), 1u);
-  EXPECT_EQ(curl->EndDownload(unit), -20);
+  EXPECT_EQ(curl->EndDownload(unit), err_recv_error);
   EXPECT_EQ(client.Get(unit).bytes, 0u);
 }
 
 TEST_F(CurlTransfer, UnresolvableHostEndsAsMinusSeventeen) {
   LogCapture capture;
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, "http://nonexistent.invalid/x"), 0);
+  ASSERT_EQ(Begin(unit, "http://nonexistent.invalid/x"), err_none);
   int code = 0;
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date), unit);
-  EXPECT_EQ(code, -17);
+  EXPECT_EQ(code, err_resolve_host);
   EXPECT_EQ(capture.Count(" [ERROR] Host not resolved: unit code = -17, curl code = 6 http "
                           "status = 0"),
             1u);
-  EXPECT_EQ(curl->EndDownload(unit), -17);
+  EXPECT_EQ(curl->EndDownload(unit), err_resolve_host);
 }
 
 TEST_F(CurlTransfer, EndDownloadTwiceReturnsTheCodeThenZero) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, "http://nonexistent.invalid/y"), 0);
+  ASSERT_EQ(Begin(unit, "http://nonexistent.invalid/y"), err_none);
   int code = 0;
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date), unit);
-  EXPECT_EQ(curl->EndDownload(unit), -17);
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(curl->EndDownload(unit), err_resolve_host);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
   EXPECT_TRUE(curl->IsIdle());
 }
 
@@ -161,7 +167,7 @@ TEST_F(CurlTransfer, StrayEntryOnTheCompletedListHidesLaterTransfers) {
   curl->m_completed.push_back(&stray);
   curl->UnlockMutItem();
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/bytes/10")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/bytes/10")), err_none);
   ASSERT_TRUE(WaitFor([&] {
     curl->LockMutItem();
     size_t n = curl->m_completed.size();
@@ -176,22 +182,22 @@ TEST_F(CurlTransfer, StrayEntryOnTheCompletedListHidesLaterTransfers) {
   curl->m_completed.pop_front();
   curl->UnlockMutItem();
   EXPECT_EQ(curl->GetCompleted(code, date), unit);
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
 }
 
 TEST_F(CurlTransfer, EndDownloadOfARunningTransferWaitsUntilItFinishes) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/slow/4000?rate=20000")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/slow/4000?rate=20000")), err_none);
   ASSERT_TRUE(WaitFor([&] { return client.Get(unit).bytes > 0; }));
   EXPECT_TRUE(curl->IsDownloading(unit));
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
   EXPECT_EQ(client.Get(unit).bytes, 4000u);
   EXPECT_FALSE(curl->IsDownloading(unit));
 }
 
 TEST_F(CurlTransfer, QuitWhileTransfersRunStopsTheWorkerAndReleasesEverything) {
   std::vector<UnitObject*> units(3, nullptr);
-  for (auto& unit : units) ASSERT_EQ(Begin(unit, server.Url("/slow/100000?rate=10000")), 0);
+  for (auto& unit : units) ASSERT_EQ(Begin(unit, server.Url("/slow/100000?rate=10000")), err_none);
   ASSERT_TRUE(WaitFor([&] { return client.Get(units[0]).bytes > 0; }));
   LogCapture capture;
   curl->Quit();
@@ -209,69 +215,69 @@ TEST_F(CurlTransfer, QuitWhileTransfersRunStopsTheWorkerAndReleasesEverything) {
 TEST_F(CurlTransfer, RestartAfterQuitDownloadsAgain) {
   curl->Quit();
   UnitObject* unit = nullptr;
-  EXPECT_EQ(Begin(unit, server.Url("/bytes/500")), -1);
+  EXPECT_EQ(Begin(unit, server.Url("/bytes/500")), err_failed);
   ASSERT_TRUE(curl->StartLoop());
-  ASSERT_EQ(Begin(unit, server.Url("/bytes/500")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/bytes/500")), err_none);
   int code = -1;
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date), unit);
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   EXPECT_EQ(client.Get(unit).sum.Value(), Checksum::OfContent(500));
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
 }
 
 TEST_F(CurlTransfer, NotFoundAsksTheClientToRequestAgain) {
   LogCapture capture;
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/status/404")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/status/404")), err_none);
   int code = 0;
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date), unit);
-  EXPECT_EQ(code, 10);
+  EXPECT_EQ(code, err_retry);
   EXPECT_EQ(unit->m_httpStatus, 404);
   EXPECT_EQ(unit->m_retry, 1u);
   EXPECT_EQ(capture.Count("[ERROR] http error: 22"), 1u);
-  EXPECT_EQ(curl->EndDownload(unit), 10);
+  EXPECT_EQ(curl->EndDownload(unit), err_retry);
 }
 
 TEST_F(CurlTransfer, UnauthorizedEndsAsMinusTwentyWithoutRetry) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/status/401")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/status/401")), err_none);
   int code = 0;
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date), unit);
-  EXPECT_EQ(code, -20);
+  EXPECT_EQ(code, err_recv_error);
   EXPECT_EQ(unit->m_retry, 0u);
-  EXPECT_EQ(curl->EndDownload(unit), -20);
+  EXPECT_EQ(curl->EndDownload(unit), err_recv_error);
 }
 
 TEST_F(CurlTransfer, DroppedConnectionIsRetriedFromTheClientWithTheReceivedBytesToSkip) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/drop/200000/70000")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/drop/200000/70000")), err_none);
   int code = 0;
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date), unit);
-  EXPECT_EQ(code, 10);
+  EXPECT_EQ(code, err_retry);
   EXPECT_EQ(unit->m_size, 200000u);
   EXPECT_GT(unit->m_pos, 0u);
   EXPECT_LT(unit->m_pos, 200000u);
   EXPECT_EQ(unit->m_skipBytes, unit->m_pos);
-  EXPECT_EQ(curl->EndDownload(unit), 10);
+  EXPECT_EQ(curl->EndDownload(unit), err_retry);
 }
 
 TEST_F(CurlTransfer, RedirectIsFollowedAndReportedWithItsTargetAndLineEnd) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/redirect/302?to=/bytes/300")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/redirect/302?to=/bytes/300")), err_none);
   int code = -1;
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date), unit);
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   EXPECT_EQ(client.Get(unit).sum.Value(), Checksum::OfContent(300));
   auto redirects = client.Redirects();
   ASSERT_EQ(redirects.size(), 1u);
   EXPECT_EQ(redirects[0].first, unit);
   EXPECT_EQ(redirects[0].second, server.Url("/bytes/300") + "\r\n");
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
 }
 
 TEST_F(CurlTransfer, DateHeaderReachesGetCompleted) {
@@ -280,24 +286,24 @@ TEST_F(CurlTransfer, DateHeaderReachesGetCompleted) {
     res.set_content("dated", "text/plain");
   });
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/dated")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/dated")), err_none);
   int code = -1;
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date), unit);
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   EXPECT_EQ(date, 784111777);
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
 }
 
 TEST_F(CurlTransfer, ArbitraryHeadersArriveWithoutHarm) {
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/headers?Set-Cookie=a%3Db&X-Test=1")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/headers?Set-Cookie=a%3Db&X-Test=1")), err_none);
   int code = -1;
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date), unit);
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   EXPECT_EQ(client.Get(unit).data, "headers");
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
 }
 
 TEST_F(CurlTransfer, BodyIsDeliveredOnTheWorkerThread) {
@@ -311,13 +317,13 @@ TEST_F(CurlTransfer, BodyIsDeliveredOnTheWorkerThread) {
   } threadClient;
   curl->Init(&threadClient, nullptr);
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/bytes/100")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/bytes/100")), err_none);
   int code = -1;
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date), unit);
   EXPECT_NE(threadClient.worker.load(), pthread_t(0));
   EXPECT_FALSE(pthread_equal(threadClient.worker.load(), pthread_self()));
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
   curl->Quit();
   curl.reset();
 }
@@ -332,7 +338,7 @@ TEST_F(CurlTransfer, QuitFreesAWorkerHeldByAClientThatRefusesEveryChunk) {
   } refusing;
   curl->Init(&refusing, nullptr);
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/bytes/100000")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/bytes/100000")), err_none);
   // The worker offers the same chunk again every millisecond.
   ASSERT_TRUE(WaitFor([&] { return refusing.offers.load() >= 3; }));
   std::atomic<bool> quitDone{false};
@@ -365,13 +371,13 @@ TEST_F(CurlTransfer, BodyCallbacksRunWithTheEngineLockHeld) {
   probe.engine = curl.get();
   curl->Init(&probe, nullptr);
   UnitObject* unit = nullptr;
-  ASSERT_EQ(Begin(unit, server.Url("/bytes/200000")), 0);
+  ASSERT_EQ(Begin(unit, server.Url("/bytes/200000")), err_none);
   int code = -1;
   long date = 0;
   ASSERT_EQ(WaitCompleted(code, date), unit);
   EXPECT_EQ(probe.Get(unit).bytes, 200000u);
   EXPECT_EQ(probe.unlockedCalls.load(), 0);
-  EXPECT_EQ(curl->EndDownload(unit), 0);
+  EXPECT_EQ(curl->EndDownload(unit), err_none);
   curl->Quit();
   curl.reset();
 }
@@ -385,7 +391,7 @@ TEST(CurlPacedLoop, TransfersRunOnThePacedLoop) {
   ASSERT_TRUE(curl.StartLoop());
   UnitObject* unit = nullptr;
   curl.LockMutItem();
-  ASSERT_EQ(curl.BeginDownload(0, server.Url("/bytes/5000"), false, unit, false, Data()), 0);
+  ASSERT_EQ(curl.BeginDownload(0, server.Url("/bytes/5000"), false, unit, false, Data()), err_none);
   curl.UnlockMutItem();
   UnitObject* done = nullptr;
   int code = -1;
@@ -393,9 +399,9 @@ TEST(CurlPacedLoop, TransfersRunOnThePacedLoop) {
   ASSERT_TRUE(WaitFor([&] { return (done = curl.GetCompleted(code, date)) != nullptr; },
                       std::chrono::seconds(30)));
   EXPECT_EQ(done, unit);
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, err_none);
   EXPECT_EQ(client.Get(unit).sum.Value(), Checksum::OfContent(5000));
-  EXPECT_EQ(curl.EndDownload(unit), 0);
+  EXPECT_EQ(curl.EndDownload(unit), err_none);
   curl.Quit();
   system_info_stub_set_mode(SYSTEM_INFO_STUB_LOOKUP);
 }

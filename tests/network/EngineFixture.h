@@ -17,7 +17,8 @@
 
 namespace enginetest {
 
-inline strmcommon::UserData Data(int type = 1, int state = 0, int bitrate = 99999999) {
+inline strmcommon::UserData Data(int type = 1, int state = 0,
+                                 int bitrate = strmcommon::kBitrateUnknown) {
   return strmcommon::UserData{type, 2, 3, bitrate, state, 4};
 }
 

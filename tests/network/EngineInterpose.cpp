@@ -15,6 +15,8 @@ std::atomic<bool> captureSlistFree{false};
 std::atomic<bool> failSystemInfoWithTrue{false};
 std::atomic<int> easyInitFailAfter{-1};
 std::atomic<bool> failMultiInit{false};
+std::atomic<int> easyCleanups{0};
+std::atomic<int> multiCleanups{0};
 
 namespace {
 std::mutex& Lock() {
@@ -48,6 +50,8 @@ void Reset() {
   failSystemInfoWithTrue = false;
   easyInitFailAfter = -1;
   failMultiInit = false;
+  easyCleanups = 0;
+  multiCleanups = 0;
   std::lock_guard<std::mutex> guard(Lock());
   UsleepLog().clear();
   SlistLog().clear();
@@ -106,6 +110,20 @@ CURLM* curl_multi_init(void) {
   static Fn real = reinterpret_cast<Fn>(dlsym(RTLD_NEXT, "curl_multi_init"));
   if (failMultiInit.load()) return nullptr;
   return real();
+}
+
+void curl_easy_cleanup(CURL* handle) {
+  using Fn = void (*)(CURL*);
+  static Fn real = reinterpret_cast<Fn>(dlsym(RTLD_NEXT, "curl_easy_cleanup"));
+  ++easyCleanups;
+  real(handle);
+}
+
+CURLMcode curl_multi_cleanup(CURLM* handle) {
+  using Fn = CURLMcode (*)(CURLM*);
+  static Fn real = reinterpret_cast<Fn>(dlsym(RTLD_NEXT, "curl_multi_cleanup"));
+  ++multiCleanups;
+  return real(handle);
 }
 
 }  // extern "C"

@@ -1,6 +1,6 @@
-// Interposed usleep and curl_slist_free_all for the engine tests: the definitions in this test
-// program win over the libraries' for the engine's calls. Both forward to the real function
-// unless a test switch is set.
+// Interposed usleep, curl_slist_free_all and handle set-up and clean-up for the engine tests: the
+// definitions in this test program win over the libraries' for the engine's calls. Each forwards
+// to the real function unless a test switch is set.
 #pragma once
 
 #include <curl/curl.h>
@@ -28,6 +28,10 @@ extern std::atomic<bool> failSystemInfoWithTrue;
 extern std::atomic<int> easyInitFailAfter;
 // While set, curl_multi_init answers null.
 extern std::atomic<bool> failMultiInit;
+
+// Calls of curl_easy_cleanup and curl_multi_cleanup since the last Reset().
+extern std::atomic<int> easyCleanups;
+extern std::atomic<int> multiCleanups;
 
 void Reset();
 

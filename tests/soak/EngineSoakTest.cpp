@@ -1,17 +1,23 @@
 // Mixed traffic through one engine for a long time: random sizes, faults, pauses, cancels,
-// refusals and resets against the loopback server. Afterwards no unit may be stuck and the
-// engine must be idle. Duration: env STRMCOMMON_SOAK_SECONDS, default 1800.
+// refusals and resets against the loopback server. Every transfer begun must be completed, or
+// freed by a reset or by a cancel before it left the request queue; a share of them must arrive
+// whole and verified; afterwards no unit may be stuck and the engine must be idle. Once a minute
+// the traffic drains and the resident memory of the process is sampled: after the first five
+// minutes it may not grow by 1 MB or more. Duration: env STRMCOMMON_SOAK_SECONDS, default 1800.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <map>
 #include <mutex>
 #include <random>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "CurlProbe.h"
 #include "LoopbackServer.h"
@@ -32,9 +38,12 @@ int SoakSeconds() {
   return seconds > 0 ? seconds : 1800;
 }
 
-// Takes most chunks, now and then asks to be called again at once or refuses for a moment.
+// Takes most chunks, now and then asks to be called again at once or refuses for a moment. Keeps
+// checksums only, so that its own memory stays flat.
 class SoakClient : public testsupport::CollectingClient {
  public:
+  SoakClient() : CollectingClient(0) {}
+
   int OnDownloadData(UnitObject* unit, int code, unsigned char* data, unsigned int size) override {
     {
       std::lock_guard<std::mutex> guard(m_lock);
@@ -44,11 +53,22 @@ class SoakClient : public testsupport::CollectingClient {
     }
     return CollectingClient::OnDownloadData(unit, code, data, size);
   }
+  int OnRedirect(UnitObject*, const char*) override { return 0; }
 
  private:
   std::mutex m_lock;
   std::mt19937 m_random{12345};
 };
+
+// Resident memory of this process in kB, from /proc/self/status.
+long ResidentKb() {
+  std::ifstream status("/proc/self/status");
+  std::string line;
+  while (std::getline(status, line)) {
+    if (line.rfind("VmRSS:", 0) == 0) return std::atol(line.c_str() + 6);
+  }
+  return -1;
+}
 
 struct Transfer {
   std::string url;
@@ -62,8 +82,14 @@ struct Transfer {
 
 struct Stats {
   long begun = 0, ok = 0, verified = 0, retry = 0, cancelled = 0, failed = 0, resets = 0,
-       pauses = 0, silentlyFreed = 0;
+       pauses = 0, freedByReset = 0, freedInQueue = 0;
 };
+
+// Verified transfers a soak must reach per second, far below what a loaded two-core machine does.
+constexpr double kVerifiedPerSecond = 1.0;
+// Growth of resident memory allowed after the first five minutes.
+constexpr long kGrowthLimitKb = 1024;
+constexpr int kSettleMinutes = 5;
 
 }  // namespace
 
@@ -124,8 +150,39 @@ TEST(EngineSoak, MixedTrafficLeavesNoUnitStuckAndTheEngineIdle) {
     curl.UnlockMutItem();
     if (result == 0 && unit != nullptr) {
       ++stats.begun;
+      auto earlier = live.find(unit);
+      // A slot is free again only after its transfer completed or was freed where we saw it.
+      EXPECT_TRUE(earlier == live.end())
+          << "the slot of " << (earlier != live.end() ? earlier->second.url : "")
+          << " was taken again although that transfer never completed";
       live[unit] = t;
     }
+  };
+
+  auto queued = [&](UnitObject* unit) {
+    curl.m_requestLock.Lock();
+    bool found =
+        std::find(curl.m_requests.begin(), curl.m_requests.end(), unit) != curl.m_requests.end();
+    curl.m_requestLock.Unlock();
+    return found;
+  };
+
+  // A cancel that reaches a unit still in the request queue frees it without a completion. Under
+  // the engine lock the worker cannot take the unit out of the queue in between.
+  auto cancel = [&](std::map<UnitObject*, Transfer>::iterator it, bool byType) {
+    UnitObject* unit = it->first;
+    curl.LockMutItem();
+    bool inQueue = queued(unit);
+    bool done = byType ? curl.Reset(unit, static_cast<unsigned int>(curl.GetData(unit).type))
+                       : curl.Cancel(unit);
+    curl.UnlockMutItem();
+    if (!done) return std::next(it);
+    if (inQueue) {
+      ++stats.freedInQueue;
+      return live.erase(it);
+    }
+    it->second.cancelled = true;
+    return std::next(it);
   };
 
   auto collect = [&]() {
@@ -163,14 +220,15 @@ TEST(EngineSoak, MixedTrafficLeavesNoUnitStuckAndTheEngineIdle) {
     return true;
   };
 
-  // Units freed by a reset without a word: their slot went free while we still tracked them.
-  auto dropFreed = [&]() {
+  // Right after Reset(): units it freed without a word. Only a reset may do that, so this runs
+  // nowhere else.
+  auto dropFreedByReset = [&]() {
     curl.LockMutItem();
     for (auto it = live.begin(); it != live.end();) {
-      bool onList = false;
-      for (UnitObject* done : curl.m_completed) onList = onList || done == it->first;
+      bool onList = std::find(curl.m_completed.begin(), curl.m_completed.end(), it->first) !=
+                    curl.m_completed.end();
       if (!curl.m_units[it->first->m_index].first && !onList) {
-        ++stats.silentlyFreed;
+        ++stats.freedByReset;
         it = live.erase(it);
       } else {
         ++it;
@@ -179,9 +237,29 @@ TEST(EngineSoak, MixedTrafficLeavesNoUnitStuckAndTheEngineIdle) {
     curl.UnlockMutItem();
   };
 
-  auto end = std::chrono::steady_clock::now() + std::chrono::seconds(SoakSeconds());
-  auto nextReport = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-  auto nextReset = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  // Resumes what is paused and collects until nothing is live; false at the deadline.
+  auto drain = [&](std::chrono::seconds deadline) {
+    for (auto& entry : live) {
+      if (curl.IsPause(entry.first)) curl.Resume(entry.first);
+    }
+    return WaitFor(
+        [&] {
+          while (collect()) {
+          }
+          return live.empty();
+        },
+        deadline, std::chrono::milliseconds(1));
+  };
+
+  const int seconds = SoakSeconds();
+  const auto start = std::chrono::steady_clock::now();
+  std::vector<long> residentKb;
+  residentKb.push_back(ResidentKb());
+  printf("soak rss: minute 0: %ld kB\n", residentKb.back());
+
+  auto end = start + std::chrono::seconds(seconds);
+  auto nextReport = start + std::chrono::seconds(60);
+  auto nextReset = start + std::chrono::seconds(5);
   while (std::chrono::steady_clock::now() < end) {
     while (collect()) {
     }
@@ -199,11 +277,9 @@ TEST(EngineSoak, MixedTrafficLeavesNoUnitStuckAndTheEngineIdle) {
           ++stats.pauses;
         }
       } else if (action < 38) {
-        if (curl.Cancel(unit)) t.cancelled = true;
+        cancel(it, false);
       } else if (action < 41) {
-        if (curl.Reset(unit, static_cast<unsigned int>(curl.GetData(unit).type))) {
-          t.cancelled = true;
-        }
+        cancel(it, true);
       }
     }
     for (auto& entry : live) {
@@ -216,34 +292,35 @@ TEST(EngineSoak, MixedTrafficLeavesNoUnitStuckAndTheEngineIdle) {
       for (auto& entry : live) entry.second.cancelled = true;
       curl.Reset();
       ++stats.resets;
-      dropFreed();
+      dropFreedByReset();
     }
     if (now >= nextReport) {
-      nextReport = now + std::chrono::seconds(60);
+      nextReport += std::chrono::seconds(60);
+      // Sampled with the traffic drained, so that every sample sees the engine in the same state.
+      if (!drain(std::chrono::seconds(60))) {
+        ADD_FAILURE() << live.size() << " units stuck";
+        break;
+      }
+      residentKb.push_back(ResidentKb());
       printf(
           "soak: begun %ld ok %ld verified %ld retry %ld cancelled %ld failed %ld resets %ld "
-          "pauses %ld freed-by-reset %ld live %zu\n",
+          "pauses %ld freed-by-reset %ld freed-in-queue %ld\n",
           stats.begun, stats.ok, stats.verified, stats.retry, stats.cancelled, stats.failed,
-          stats.resets, stats.pauses, stats.silentlyFreed, live.size());
+          stats.resets, stats.pauses, stats.freedByReset, stats.freedInQueue);
+      printf("soak rss: minute %zu: %ld kB\n", residentKb.size() - 1, residentKb.back());
       fflush(stdout);
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
 
-  // Wind down: resume and cancel whatever still runs, collect everything.
-  for (auto& entry : live) {
-    curl.Resume(entry.first);
-    if (curl.Cancel(entry.first)) entry.second.cancelled = true;
+  // Wind down: cancel whatever still runs and collect everything. No unit is dropped here: one
+  // that never completes fails the test.
+  for (auto it = live.begin(); it != live.end();) {
+    curl.Resume(it->first);
+    it = cancel(it, false);
   }
-  EXPECT_TRUE(WaitFor(
-      [&] {
-        while (collect()) {
-        }
-        dropFreed();
-        return live.empty();
-      },
-      std::chrono::seconds(60), std::chrono::milliseconds(1)))
-      << live.size() << " units stuck";
+  EXPECT_TRUE(drain(std::chrono::seconds(60))) << live.size() << " units never completed";
+  for (auto& entry : live) ADD_FAILURE() << "never completed: " << entry.second.url;
   EXPECT_TRUE(curl.IsIdle());
   curl.LockMutItem();
   for (auto& slot : curl.m_units) {
@@ -255,9 +332,25 @@ TEST(EngineSoak, MixedTrafficLeavesNoUnitStuckAndTheEngineIdle) {
   curl.UnlockMutItem();
   printf(
       "soak done: begun %ld ok %ld verified %ld retry %ld cancelled %ld failed %ld resets %ld "
-      "pauses %ld freed-by-reset %ld\n",
+      "pauses %ld freed-by-reset %ld freed-in-queue %ld\n",
       stats.begun, stats.ok, stats.verified, stats.retry, stats.cancelled, stats.failed,
-      stats.resets, stats.pauses, stats.silentlyFreed);
+      stats.resets, stats.pauses, stats.freedByReset, stats.freedInQueue);
+  EXPECT_GE(stats.verified, static_cast<long>(kVerifiedPerSecond * seconds))
+      << "too few transfers arrived whole and verified";
+
+  residentKb.push_back(ResidentKb());
+  long peak = *std::max_element(residentKb.begin(), residentKb.end());
+  printf("soak rss: start %ld kB, peak %ld kB, end %ld kB (%zu samples)\n", residentKb.front(),
+         peak, residentKb.back(), residentKb.size());
+  if (residentKb.size() > static_cast<size_t>(kSettleMinutes) + 2) {
+    // The sample at minute 5 against the last one taken with the engine running, and the end.
+    long settled = residentKb[kSettleMinutes];
+    long lastRunning = residentKb[residentKb.size() - 2];
+    printf("soak rss: minute %d %ld kB, growth after it %ld kB\n", kSettleMinutes, settled,
+           lastRunning - settled);
+    EXPECT_LT(lastRunning - settled, kGrowthLimitKb) << "resident memory grew after minute 5";
+    EXPECT_LT(residentKb.back() - settled, kGrowthLimitKb) << "resident memory grew by the end";
+  }
   curl.Quit();
   system_info_stub_set_mode(SYSTEM_INFO_STUB_LOOKUP);
 }

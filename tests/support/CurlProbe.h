@@ -69,6 +69,9 @@ class CurlProbe : public strmcommon::Curl {
 // Collects body bytes per unit (checksum and, up to a limit, the bytes themselves).
 class CollectingClient : public strmcommon::ICurlCB {
  public:
+  // Keeps up to keepLimit bytes of each body besides its checksum.
+  explicit CollectingClient(size_t keepLimit = 1 << 20) : m_keepLimit(keepLimit) {}
+
   struct Received {
     size_t bytes = 0;
     Checksum sum;
@@ -118,7 +121,7 @@ class CollectingClient : public strmcommon::ICurlCB {
   std::map<strmcommon::UnitObject*, Received> m_received;
   std::vector<std::pair<strmcommon::UnitObject*, std::string>> m_redirects;
   int m_starts = 0;
-  size_t m_keepLimit = 1 << 20;
+  size_t m_keepLimit;
 };
 
 }  // namespace testsupport

@@ -325,6 +325,7 @@ TEST(Gurl, SingletonsAreSafeOnFirstUseFromManyThreads) {
   std::vector<const GURL*> seen(8, nullptr);
   std::vector<const std::string*> specs(8, nullptr);
   std::vector<std::thread> threads;
+  threads.reserve(8);
   for (int i = 0; i < 8; i++) {
     threads.emplace_back([i, &seen, &specs] {
       seen[i] = &GURL::EmptyGURL();

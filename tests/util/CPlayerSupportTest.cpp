@@ -5,10 +5,12 @@
 
 #include "CPlayerSupport.h"
 #include "LogCapture.h"
+#include "WholeLogLine.h"
 
 using strmcommon::CPlayerSupport;
 using strmcommon::tag_VAS_Status;
 using strmcommon::VAS_STATUS_OK;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 
 namespace {
@@ -126,6 +128,9 @@ TEST_F(CPlayerSupportTest, BitrateChangeGoesToThePlainFormWithCodeTwenty) {
       "dts = 89000, raw audio dts = 89001");
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0].priority, 3);
+  EXPECT_TRUE(HasWholeLine(capture, "CPlayerSupport.cpp", "OnBitrateChanged",
+                           "BitrateChanged 1000000 -> 2000000: raw video pts = 90000, raw audio "
+                           "pts = 90001, raw video dts = 89000, raw audio dts = 89001"));
 }
 
 TEST_F(CPlayerSupportTest, SettingTheExFormAfterThePlainReachesOnlyTheEx) {

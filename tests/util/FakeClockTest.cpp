@@ -3,6 +3,7 @@
 
 #include "Clock.h"
 #include "FakeClock.h"
+#include "WaitFor.h"
 
 using testsupport::FakeClock;
 
@@ -34,4 +35,15 @@ TEST(FakeClock, SystemClockReturnsWhenTheFakeIsGone) {
   const unsigned long long before = strmcommon::vas_getTime();
   EXPECT_NE(before, 5u);
   EXPECT_GE(strmcommon::vas_getTime(), before);
+}
+
+TEST(FakeClock, WaitForDeadlinesHoldWhileTheFakeTimeStandsStill) {
+  FakeClock clock(1000);
+  // Gives up after many more turns than a 50 ms wait takes, should the deadline be ignored.
+  int turns = 0;
+  EXPECT_FALSE(testsupport::WaitFor([&] { return ++turns > 2000; }, std::chrono::milliseconds(50),
+                                    std::chrono::milliseconds(1)))
+      << "the deadline did not end the wait while the fake clock stood still";
+  EXPECT_LT(turns, 2000);
+  EXPECT_EQ(clock.NowMs(), 1000);
 }

@@ -1,9 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <climits>
+#include <cmath>
+
 #include "LogCapture.h"
 #include "LowLatency.h"
+#include "WholeLogLine.h"
 
 using strmcommon::LowLatency;
+using testsupport::HasWholeLine;
 using testsupport::LogCapture;
 
 TEST(LowLatency, FreshObjectIsNotLowLatencyCannotBlockAndSkipsNothing) {
@@ -45,6 +50,37 @@ TEST(LowLatency, ParamsTruncateTowardZero) {
   EXPECT_EQ(ll.m_partholdback, 3999);
 }
 
+TEST(LowLatency, ParamsTruncateTheExactProductAsExtendedPrecisionHoldsIt) {
+  // 0.3 is stored as 0.29999999999999998889..., so the product lies just below 300: a product
+  // rounded to double would give 300 instead. Beyond the int range the result is -2147483648.
+  struct Row {
+    double seconds;
+    int milliseconds;
+  };
+  const Row rows[] = {
+      {0.3, 299},                 //
+      {-0.3, -299},               //
+      {0.7, 699},                 //
+      {4.35, 4349},               //
+      {1.1, 1100},                // just above: unaffected
+      {2147483.647, 2147483646},  // near the top of the range
+      {-2147483.648, INT_MIN},    // the bottom of the range itself
+      {2147483.648, INT_MIN},     // beyond it: the indefinite integer
+      {-2147483.649, INT_MIN},    //
+      {1e300, INT_MIN},           //
+      {std::nan(""), INT_MIN},    //
+      {HUGE_VAL, INT_MIN},        //
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.seconds);
+    LowLatency ll;
+    ll.Setparams(false, row.seconds, row.seconds, row.seconds);
+    EXPECT_EQ(ll.m_skipuntil, row.milliseconds);
+    EXPECT_EQ(ll.m_holdback, row.milliseconds);
+    EXPECT_EQ(ll.m_partholdback, row.milliseconds);
+  }
+}
+
 TEST(LowLatency, ParamsAreLoggedAtDebugPriority) {
   LowLatency ll;
   LogCapture capture;
@@ -65,6 +101,8 @@ TEST(LowLatency, PartTagMarksLowLatencyWhateverItsValue) {
   EXPECT_EQ(ll.m_targetDuration, 4000u);
   EXPECT_EQ(capture.Count("m_parttag =[1] m_targetDuration =[0]"), 1u);
   auto lines = capture.WithMessage("m_parttag =[1] m_targetDuration =[4000]");
+  EXPECT_TRUE(HasWholeLine(capture, "LowLatency.cpp", "SetPartTagInfo",
+                           "m_parttag =[1] m_targetDuration =[4000]"));
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_EQ(lines[0].priority, 3);
 }

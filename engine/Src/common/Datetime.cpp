@@ -1,6 +1,5 @@
 #include "Datetime.h"
 
-#include <climits>
 #include <cstdlib>
 #include <iomanip>
 #include <locale>
@@ -9,6 +8,7 @@
 
 #include "Clock.h"
 #include "NumberString.h"
+#include "Width32.h"
 
 namespace strmcommon {
 
@@ -34,26 +34,6 @@ bool IsGregorianLeapYear(long long year) {
 
 inline bool IsDecimal(char c) { return c >= '0' && c <= '9'; }
 
-// strtol as on a target whose long is 32 bits wide.
-int Strtol32(const char* text) {
-  const long long value = std::strtoll(text, nullptr, 10);
-  if (value > INT_MAX) return INT_MAX;
-  if (value < INT_MIN) return INT_MIN;
-  return static_cast<int>(value);
-}
-
-// 32-bit wrap-around arithmetic without signed overflow.
-inline int Wrap32(long long value) {
-  return static_cast<int>(static_cast<uint32_t>(static_cast<unsigned long long>(value)));
-}
-
-// A double truncated to int, with the indefinite integer -2147483648 for anything outside the int
-// range (NaN included), as the x87 conversion gives it.
-int TruncateToInt32(double value) {
-  if (value > -2147483649.0 && value < 2147483648.0) return static_cast<int>(value);
-  return INT_MIN;
-}
-
 // substr that reports a start beyond the end with the plain text "basic_string::substr".
 std::string Piece(const std::string& text, std::string::size_type pos,
                   std::string::size_type count) {
@@ -62,7 +42,7 @@ std::string Piece(const std::string& text, std::string::size_type pos,
 }
 
 int PieceValue(const std::string& text, std::string::size_type pos, std::string::size_type count) {
-  return Strtol32(Piece(text, pos, count).c_str());
+  return width32::Strtol(Piece(text, pos, count).c_str());
 }
 
 }  // namespace
@@ -137,7 +117,7 @@ std::string vas_dateTimeToString(long long ms) {
 
 int vas_parseTimeString(const std::string& text) {
   if (text.empty()) return 0;
-  if (isDigitString(text)) return Wrap32(static_cast<long long>(Strtol32(text.c_str())) * 1000);
+  if (isDigitString(text)) return width32::Mul(width32::Strtol(text.c_str()), 1000);
 
   int fields[4] = {0, 0, 0, 0};  // hours, minutes, seconds, milliseconds
   int field = 0;
@@ -147,21 +127,22 @@ int vas_parseTimeString(const std::string& text) {
       digits += c;
       continue;
     }
-    fields[field++] = digits.empty() ? 0 : Strtol32(digits.c_str());
+    fields[field++] = digits.empty() ? 0 : width32::Strtol(digits.c_str());
     digits.clear();
     if (field == 4) break;
   }
-  if (field < 4 && !digits.empty()) fields[field] = Strtol32(digits.c_str());
+  if (field < 4 && !digits.empty()) fields[field] = width32::Strtol(digits.c_str());
   // Intended: the last field is a count of milliseconds, not a fraction ("00:00:01.5" is 1005).
-  return Wrap32(static_cast<long long>(fields[0]) * 3600000 +
-                static_cast<long long>(fields[1]) * 60000 +
-                static_cast<long long>(fields[2]) * 1000 + fields[3]);
+  int total = width32::Mul(fields[0], 3600000);
+  total = width32::Add(total, width32::Mul(fields[1], 60000));
+  total = width32::Add(total, width32::Mul(fields[2], 1000));
+  return width32::Add(total, fields[3]);
 }
 
 long long vas_parseIsoTimeDurationString(const std::string& text) {
   std::string s = text;
   if (s.empty()) return 0;
-  if (isDigitString(s)) return static_cast<long long>(Strtol32(s.c_str())) * 1000;
+  if (isDigitString(s)) return static_cast<long long>(width32::Strtol(s.c_str())) * 1000;
   if (s[0] != 'P') return 0;
   const std::string::size_type t = s.rfind('T');
   if (t == std::string::npos) return 0;
@@ -189,7 +170,7 @@ long long vas_parseIsoTimeDurationString(const std::string& text) {
     }
     // Any other byte is skipped and keeps the number collected so far.
   }
-  return TruncateToInt32(hours * 3600000.0 + minutes * 60000.0 + seconds * 1000.0);
+  return width32::TruncToInt32(hours * 3600000.0 + minutes * 60000.0 + seconds * 1000.0);
 }
 
 long long vas_parseDateTimeString(const std::string& date, const std::string& time) {
@@ -230,12 +211,12 @@ long long vas_parseIsoDatetimeString(const std::string& text) {
   // such as "+08:00" is lost.
   if (dateDigits.size() != 8 || timeDigits.size() != 6) return 0;
   vas_date_t record{};
-  record.year = Strtol32(dateDigits.substr(0, 4).c_str());
-  record.month = Strtol32(dateDigits.substr(4, 2).c_str());
-  record.day = Strtol32(dateDigits.substr(6, 2).c_str());
-  record.hour = Strtol32(timeDigits.substr(0, 2).c_str());
-  record.min = Strtol32(timeDigits.substr(2, 2).c_str());
-  record.sec = Strtol32(timeDigits.substr(4, 2).c_str());
+  record.year = width32::Strtol(dateDigits.substr(0, 4).c_str());
+  record.month = width32::Strtol(dateDigits.substr(4, 2).c_str());
+  record.day = width32::Strtol(dateDigits.substr(6, 2).c_str());
+  record.hour = width32::Strtol(timeDigits.substr(0, 2).c_str());
+  record.min = width32::Strtol(timeDigits.substr(2, 2).c_str());
+  record.sec = width32::Strtol(timeDigits.substr(4, 2).c_str());
   record.msec = 0;
   return vas_getTime(record);
 }

@@ -1,11 +1,12 @@
 #include "NumberString.h"
 
 #include <cctype>
-#include <climits>
 #include <cmath>
 #include <cstdlib>
 #include <locale>
 #include <sstream>
+
+#include "Width32.h"
 
 namespace strmcommon {
 
@@ -31,14 +32,6 @@ bool IsSignedDigitString(const std::string& s, bool (*isDigit)(char)) {
     }
   }
   return true;
-}
-
-// strtol as on a target whose long is 32 bits wide.
-long StrtolLong32(const char* text) {
-  const long long value = std::strtoll(text, nullptr, 10);
-  if (value > INT_MAX) return INT_MAX;
-  if (value < INT_MIN) return INT_MIN;
-  return static_cast<long>(value);
 }
 
 }  // namespace
@@ -70,7 +63,7 @@ bool isFloatString(const std::string& s) {
 
 int convNotEmptyDigitStringToInt(std::string s) {
   if (!isDigitString(s)) return 0;
-  return static_cast<int>(StrtolLong32(s.c_str()));
+  return width32::Strtol(s.c_str());
 }
 
 unsigned int convNotEmptyDigitStringToUInt(std::string s) {
@@ -124,15 +117,10 @@ int OxChangeToInt(const char* text) {
     } else {
       continue;  // Intended: a non-digit (sign, 'x') adds nothing but still takes its position.
     }
-    const long double sum =
-        static_cast<long double>(std::pow(16.0, k)) * weight + static_cast<long double>(value);
-    // The x87 conversion yields the indefinite integer 0x80000000 for anything outside the int
-    // range (NaN included); produce it explicitly so every build agrees. The walk goes on.
-    if (sum > -2147483649.0L && sum < 2147483648.0L) {
-      value = static_cast<int>(sum);
-    } else {
-      value = INT_MIN;
-    }
+    // A sum outside the int range becomes the indefinite integer -2147483648, and the walk goes
+    // on from there.
+    value = width32::TruncToInt32(static_cast<long double>(std::pow(16.0, k)) * weight +
+                                  static_cast<long double>(value));
   }
   return value;
 }

@@ -16,6 +16,46 @@ bool HasHighProfileFields(unsigned int profileIdc) {
   return profileIdc == 100 || profileIdc == 110 || profileIdc == 122 || profileIdc == 144;
 }
 
+// Reads and drops the chroma format, bit depths and scaling matrices; false when the data ran
+// out. Eight scaling lists, also for 4:4:4.
+bool SkipHighProfileFields(H264_SyntaxReader& reader) {
+  unsigned int value = 0;
+  unsigned int chromaFormatIdc = 0;
+  if (reader.ReadUE(chromaFormatIdc) != 0) return false;
+  if (chromaFormatIdc == 3 && reader.ReadU(1, value) != 0) return false;
+  if (reader.ReadUE(value) != 0) return false;    // bit_depth_luma_minus8
+  if (reader.ReadUE(value) != 0) return false;    // bit_depth_chroma_minus8
+  if (reader.ReadU(1, value) != 0) return false;  // qpprime_y_zero_transform_bypass_flag
+  unsigned int matrixPresent = 0;
+  if (reader.ReadU(1, matrixPresent) != 0) return false;
+  if (!matrixPresent) return true;
+  for (int i = 0; i < 8; ++i) {
+    unsigned int listPresent = 0;
+    if (reader.ReadU(1, listPresent) != 0) return false;
+    if (listPresent && !read_scaling_list(reader, i < 6 ? 16 : 64)) return false;
+  }
+  return true;
+}
+
+// pic_order_cnt_type and what its value brings; only the fields of the record are kept.
+bool ReadPicOrderCount(H264_SyntaxReader& reader, H264SequenceSetParse& sps) {
+  if (reader.ReadUE(sps.pic_order_cnt_type) != 0) return false;
+  if (sps.pic_order_cnt_type == 0) {
+    return reader.ReadUE(sps.log2_max_pic_order_cnt_lsb_minus4) == 0;
+  }
+  if (sps.pic_order_cnt_type != 1) return true;
+  int signedValue = 0;
+  if (reader.ReadU(1, sps.delta_pic_order_always_zero_flag) != 0) return false;
+  if (reader.ReadSE(signedValue) != 0) return false;  // offset_for_non_ref_pic
+  if (reader.ReadSE(signedValue) != 0) return false;  // offset_for_top_to_bottom_field
+  unsigned int cycle = 0;
+  if (reader.ReadUE(cycle) != 0) return false;
+  for (unsigned int i = 0; i < cycle; ++i) {
+    if (reader.ReadSE(signedValue) != 0) return false;  // offset_for_ref_frame
+  }
+  return true;
+}
+
 }  // namespace
 
 H264_SyntaxReader::H264_SyntaxReader(Packet* packet)
@@ -155,7 +195,6 @@ bool H264HeaderParser::ParseSPS(unsigned char* data, int size, H264SequenceSetPa
   H264_SyntaxReader reader(&m_packet);
 
   unsigned int value = 0;
-  int signedValue = 0;
   unsigned int profileIdc = 0;
   if (reader.ReadU(8, profileIdc) != 0) return false;
   for (int i = 0; i < 4; ++i) {
@@ -167,39 +206,9 @@ bool H264HeaderParser::ParseSPS(unsigned char* data, int size, H264SequenceSetPa
 
   // Intended: only these four profiles read the high-profile fields; others, 244 among them,
   // go straight on and misread such a stream.
-  if (HasHighProfileFields(profileIdc)) {
-    unsigned int chromaFormatIdc = 0;
-    if (reader.ReadUE(chromaFormatIdc) != 0) return false;
-    if (chromaFormatIdc == 3 && reader.ReadU(1, value) != 0) return false;
-    if (reader.ReadUE(value) != 0) return false;    // bit_depth_luma_minus8
-    if (reader.ReadUE(value) != 0) return false;    // bit_depth_chroma_minus8
-    if (reader.ReadU(1, value) != 0) return false;  // qpprime_y_zero_transform_bypass_flag
-    unsigned int matrixPresent = 0;
-    if (reader.ReadU(1, matrixPresent) != 0) return false;
-    if (matrixPresent) {
-      // Eight lists, also for 4:4:4.
-      for (int i = 0; i < 8; ++i) {
-        unsigned int listPresent = 0;
-        if (reader.ReadU(1, listPresent) != 0) return false;
-        if (listPresent && !read_scaling_list(reader, i < 6 ? 16 : 64)) return false;
-      }
-    }
-  }
-
+  if (HasHighProfileFields(profileIdc) && !SkipHighProfileFields(reader)) return false;
   if (reader.ReadUE(sps.log2_max_frame_num_minus4) != 0) return false;
-  if (reader.ReadUE(sps.pic_order_cnt_type) != 0) return false;
-  if (sps.pic_order_cnt_type == 0) {
-    if (reader.ReadUE(sps.log2_max_pic_order_cnt_lsb_minus4) != 0) return false;
-  } else if (sps.pic_order_cnt_type == 1) {
-    if (reader.ReadU(1, sps.delta_pic_order_always_zero_flag) != 0) return false;
-    if (reader.ReadSE(signedValue) != 0) return false;  // offset_for_non_ref_pic
-    if (reader.ReadSE(signedValue) != 0) return false;  // offset_for_top_to_bottom_field
-    unsigned int cycle = 0;
-    if (reader.ReadUE(cycle) != 0) return false;
-    for (unsigned int i = 0; i < cycle; ++i) {
-      if (reader.ReadSE(signedValue) != 0) return false;  // offset_for_ref_frame
-    }
-  }
+  if (!ReadPicOrderCount(reader, sps)) return false;
   if (reader.ReadUE(value) != 0) return false;    // max_num_ref_frames
   if (reader.ReadU(1, value) != 0) return false;  // gaps_in_frame_num_value_allowed_flag
   if (reader.ReadUE(sps.pic_width_in_mbs_minus1) != 0) return false;

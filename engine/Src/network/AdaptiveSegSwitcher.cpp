@@ -7,20 +7,9 @@
 
 #include "Clock.h"
 #include "DLog.h"
+#include "Width32.h"
 
 namespace strmcommon {
-
-namespace {
-
-// Signed 32-bit arithmetic that wraps like the device's instead of overflowing.
-int Add32(int a, int b) {
-  return static_cast<int>(static_cast<unsigned int>(a) + static_cast<unsigned int>(b));
-}
-int Mul32(int a, int b) {
-  return static_cast<int>(static_cast<unsigned int>(a) * static_cast<unsigned int>(b));
-}
-
-}  // namespace
 
 // Every field is set by Init, which must come first; the values here only keep an object that
 // skipped it from reading indeterminate memory.
@@ -106,10 +95,10 @@ void AdaptiveSegSwitcher::SetSwitchParam(int upTimer, int estimateMargin) {
 }
 
 int AdaptiveSegSwitcher::GetEstimateBandwidth(int bitrate) {
-  const int total = Add32(bitrate, m_audioBitrate);
+  const int total = width32::Add(bitrate, m_audioBitrate);
   int margin;
   if (m_estimateMargin != 0) {
-    margin = Mul32(m_estimateMargin, 1000);
+    margin = width32::Mul(m_estimateMargin, 1000);
   } else if (total < 1280000) {
     margin = (total / 10000) * 1000;
   } else {
@@ -118,7 +107,7 @@ int AdaptiveSegSwitcher::GetEstimateBandwidth(int bitrate) {
     margin = 0;
     m_estimateMargin = 128;
   }
-  return Add32(Add32(Mul32(bitrate, 11) / 10, margin), m_audioBitrate);
+  return width32::Add(width32::Add(width32::Mul(bitrate, 11) / 10, margin), m_audioBitrate);
 }
 
 bool AdaptiveSegSwitcher::GetBitrateParam(int bitrate, bitrateParam_t& out) {

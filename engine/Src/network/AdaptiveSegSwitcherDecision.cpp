@@ -5,6 +5,7 @@
 #include "AdaptiveSegSwitcher.h"
 #include "Clock.h"
 #include "DLog.h"
+#include "Width32.h"
 
 // The frame around the "Bitrate Change" lines: 49 hyphens.
 #define SWITCH_RULE_LINE "-------------------------------------------------"
@@ -42,7 +43,7 @@ int AdaptiveSegSwitcher::ProcessAdaptiveSeg(int current, unsigned int bufferDura
       const int begin = m_bandwidthChecker->GetBeginingBandwidth();
       const int bandwidth = m_variants[current].bandwidth;
       if (bandwidth != 0 && !(begin == INT_MIN && bandwidth == -1) && begin / bandwidth > 5) {
-        cbw = static_cast<int>(static_cast<unsigned int>(begin) * 10u) / 11;
+        cbw = width32::Mul(begin, 10) / 11;
       } else {
         VAS_LOG_ERROR("[HLS_BW] cbw[%d] buff dur[%u] ", 0, bufferDuration);
         return -1;
@@ -200,9 +201,11 @@ bool AdaptiveSegSwitcher::CheckStreamUp(int current, int& target, unsigned int b
   return ret;
 }
 
-AdaptiveSegSwitcher::SwitchRule AdaptiveSegSwitcher::ApplyDownRules(
-    int current, int target, unsigned int bufferDuration, bitrateParam_t& currentParam,
-    bitrateParam_t& targetParam, bool& upTimerIncreased) {
+AdaptiveSegSwitcher::SwitchRule AdaptiveSegSwitcher::ApplyDownRules(int current, int target,
+                                                                    unsigned int bufferDuration,
+                                                                    bitrateParam_t& currentParam,
+                                                                    bitrateParam_t& targetParam,
+                                                                    bool& upTimerIncreased) {
   // While enough is buffered the stream stays where it is.
   if (bufferDuration >= 8000) return SwitchRule::kBufferTooLow;
 
@@ -233,8 +236,8 @@ bool AdaptiveSegSwitcher::CheckStreamDn(int current, int& target, unsigned int b
   bitrateParam_t currentParam;
   bitrateParam_t targetParam;
   bool upTimerIncreased = false;
-  const SwitchRule rule = ApplyDownRules(current, target, bufferDuration, currentParam,
-                                         targetParam, upTimerIncreased);
+  const SwitchRule rule =
+      ApplyDownRules(current, target, bufferDuration, currentParam, targetParam, upTimerIncreased);
   bool ret = true;
   switch (rule) {
     case SwitchRule::kBufferTooLow:

@@ -4,6 +4,7 @@
 
 #include "Clock.h"
 #include "DLog.h"
+#include "Width32.h"
 
 namespace strmcommon {
 
@@ -160,9 +161,10 @@ void BandwidthChecker::OnPolling(long long now) {
   if (rxSpan != 0 && rxSpan >= static_cast<long long>(interval / 20)) {
     const unsigned long long bw =
         (totalBytes - m_lastPushRxBytes) * 8000ull / static_cast<unsigned long long>(rxSpan);
-    VAS_LOG_DEBUG("[HLS_BW] Bandwidth : Push %d bps", static_cast<int>(bw));
-    m_bwSamples[m_bwWriteIndex].bandwidth = static_cast<int32_t>(bw);
-    m_bwSamples[m_bwWriteIndex].duration = static_cast<int32_t>(m_latestTimeDuration);
+    VAS_LOG_DEBUG("[HLS_BW] Bandwidth : Push %d bps", width32::Signed32(bw));
+    m_bwSamples[m_bwWriteIndex].bandwidth = width32::Signed32(bw);
+    // Infinite media seconds (a declared rate of 0) give the indefinite integer.
+    m_bwSamples[m_bwWriteIndex].duration = width32::TruncToInt32(m_latestTimeDuration);
     m_latestTimeDuration = 0.0f;
     m_bwWriteIndex = (m_bwWriteIndex + 1) % kSampleCount;
     if (m_bwCounter < kSampleCount) ++m_bwCounter;
@@ -173,7 +175,7 @@ void BandwidthChecker::OnPolling(long long now) {
   int latest_time_duation = 0;
   unsigned int latest_bandwith = 0;
   for (unsigned int bw_counter = 1; bw_counter <= m_bwCounter; ++bw_counter) {
-    latest_time_duation += m_bwSamples[slot].duration;
+    latest_time_duation = width32::Add(latest_time_duation, m_bwSamples[slot].duration);
     latest_bandwith += static_cast<unsigned int>(m_bwSamples[slot].bandwidth);
     if (latest_time_duation > 9 || bw_counter == kSampleCount) {
       const int current = static_cast<int>(latest_bandwith / bw_counter);
@@ -193,8 +195,7 @@ void BandwidthChecker::OnPolling(long long now) {
 
   m_lastPushRxBytes = totalBytes;
   m_lastPushTime = now;
-  m_variationRateBandwidth = static_cast<int>(static_cast<unsigned int>(m_currentBandwidth) -
-                                              static_cast<unsigned int>(previous));
+  m_variationRateBandwidth = width32::Sub(m_currentBandwidth, previous);
 }
 
 unsigned long long BandwidthChecker::GetAverageBandwidth() {
@@ -216,8 +217,7 @@ int BandwidthChecker::GetAverageBandwidthFromBlock() {
     const unsigned long long newBytes = m_rxTotalBytes - m_lastPushRxBytes;
     const long long rxSpan = Sub64(m_rxLastTime, m_rxFirstTime);
     if (newBytes != 0 && rxSpan != 0) {
-      avg_bandwidth +=
-          static_cast<unsigned int>(newBytes * 8000ull / static_cast<unsigned long long>(rxSpan));
+      avg_bandwidth += width32::Low32(newBytes * 8000ull / static_cast<unsigned long long>(rxSpan));
       bw_counter = 1;
     }
   }

@@ -78,6 +78,7 @@ Cookie* CHttpCookie::getCookieEntryFromList(Cookie* list, const char* host, cons
 
   if (matches == 0) return mainco;
 
+  // NOLINTNEXTLINE(bugprone-sizeof-expression): an array of Cookie pointers.
   Cookie** array = static_cast<Cookie**>(malloc(sizeof(Cookie*) * matches));
   if (!array) {
     freelist(mainco, false);
@@ -85,7 +86,7 @@ Cookie* CHttpCookie::getCookieEntryFromList(Cookie* list, const char* host, cons
   }
   size_t i = 0;
   for (Cookie* co = mainco; co; co = co->next) array[i++] = co;
-  qsort(array, matches, sizeof(Cookie*), cookie_sort);
+  qsort(array, matches, sizeof(Cookie*), cookie_sort);  // NOLINT(bugprone-sizeof-expression)
   mainco = array[0];
   for (i = 0; i + 1 < matches; i++) array[i]->next = array[i + 1];
   array[matches - 1]->next = nullptr;

@@ -7,6 +7,7 @@
 #include "Clock.h"
 #include "CookieUtil.h"
 #include "DLog.h"
+#include "Width32.h"
 #include "tzplatform_config.h"
 
 namespace strmcommon {
@@ -101,8 +102,7 @@ void CHttpCookie::flushOutCookieJar(std::string path, bool sessionFile) {
             (co->tailmatch && co->domain && co->domain[0] != '.') ? "." : "",
             co->domain ? co->domain : "unknown", co->tailmatch ? "true" : "false",
             co->path ? co->path : "/", co->secure ? "true" : "false",
-            static_cast<int>(static_cast<int32_t>(co->expires)), co->name,
-            co->value ? co->value : "");
+            width32::Signed32(co->expires), co->name, co->value ? co->value : "");
   }
   fclose(out);
   VAS_LOG_DEBUG("<<< flushOutCookieJar end");

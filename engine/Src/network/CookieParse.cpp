@@ -8,6 +8,7 @@
 
 #include "CHttpCookie.h"
 #include "CookieUtil.h"
+#include "Width32.h"
 
 namespace strmcommon {
 
@@ -15,6 +16,133 @@ namespace {
 
 constexpr size_t kValueBufferSize = 5000;
 constexpr size_t kNameBufferSize = 1024;
+
+// What an attribute of the header form did to the cookie being parsed.
+enum class Verdict {
+  kGo,    // parsing goes on
+  kBad,   // the cookie will be rejected; parsing goes on
+  kStop,  // the cookie is rejected and parsing stops
+};
+
+// strstore that reports a failed copy.
+Verdict Store(char** field, const char* value) {
+  strstore(field, value);
+  return *field ? Verdict::kGo : Verdict::kStop;
+}
+
+// A second path attribute rejects the whole cookie, also when both are equal.
+Verdict PathAttribute(Cookie* co, const char* value) {
+  if (co->path || co->sanitizedPath) return Verdict::kStop;
+  if (Store(&co->path, value) == Verdict::kStop) return Verdict::kStop;
+  co->sanitizedPath = sanitize_cookie_path(co->path);
+  return co->sanitizedPath ? Verdict::kGo : Verdict::kStop;
+}
+
+// Accepted when the request gave no host or the value (less one leading dot) is a tail of it;
+// no count of dots, no list of public suffixes. It makes the cookie match subdomains too.
+Verdict DomainAttribute(Cookie* co, const char* value, const char* domain) {
+  if (*value == '.') value++;
+  if (domain && !tailmatch(value, domain)) return Verdict::kBad;
+  if (*value == '.') value++;
+  if (Store(&co->domain, value) == Verdict::kStop) return Verdict::kStop;
+  co->tailmatch = true;
+  return Verdict::kGo;
+}
+
+Verdict MaxAgeAttribute(Cookie* co, const char* value, int64_t now) {
+  if (Store(&co->maxAgeText, value) == Verdict::kStop) return Verdict::kStop;
+  const char* age = co->maxAgeText;
+  if (*age == '"') age++;
+  // Intended: the sum is taken in 32 bits and sign-extended, so a huge max-age wraps.
+  co->expires = width32::Signed32(width32::Low32(width32::Strtol(age)) + width32::Low32(now));
+  return Verdict::kGo;
+}
+
+// A date curl_getdate can't read leaves a session cookie.
+Verdict ExpiresAttribute(Cookie* co, const char* value, int64_t now) {
+  if (Store(&co->expiresText, value) == Verdict::kStop) return Verdict::kStop;
+  time_t reference = static_cast<time_t>(now);
+  time_t date = curl_getdate(co->expiresText, &reference);
+  if (date == 0)
+    co->expires = 1;  // a date of exactly 0 is an expired cookie, not a session one
+  else if (date < 0)
+    co->expires = 0;
+  else
+    co->expires = date;
+  return Verdict::kGo;
+}
+
+// The first pair of an unknown name is the cookie itself; later ones are ignored.
+Verdict NameValueAttribute(Cookie* co, const char* name, const char* value) {
+  if (co->name) return Verdict::kGo;
+  co->name = strdup(name);
+  co->value = strdup(value);
+  return co->name && co->value ? Verdict::kGo : Verdict::kStop;
+}
+
+// One attribute, its name compared ignoring case. "secure" and "httponly" count also when written
+// with an empty value; any other name with an empty value counts only when '=' follows it.
+Verdict ApplyAttribute(Cookie* co, const char* name, const char* value, bool sep,
+                       const char* domain, int64_t now) {
+  if (!*value) {
+    if (rawEqual("secure", name)) {
+      co->secure = true;
+      return Verdict::kGo;
+    }
+    if (rawEqual("httponly", name)) {
+      co->httponly = true;
+      return Verdict::kGo;
+    }
+    if (!sep) return Verdict::kGo;
+  }
+  if (rawEqual("path", name)) return PathAttribute(co, value);
+  if (rawEqual("domain", name)) return DomainAttribute(co, value, domain);
+  if (rawEqual("version", name)) return Store(&co->version, value);
+  if (rawEqual("max-age", name)) return MaxAgeAttribute(co, value, now);
+  if (rawEqual("expires", name)) return ExpiresAttribute(co, value, now);
+  return NameValueAttribute(co, name, value);
+}
+
+// Scans the attribute at ptr into name and what; false when not even a name was read. A longer
+// value is cut to 4999 bytes; a name cut at 1023 bytes has no '=' behind it and reads no value.
+// *value is what without its surrounding blanks, and *sep tells whether the first non-blank
+// character after the name in the line is '='.
+bool ScanAttribute(const char* ptr, char* name, char* what, const char** value, bool* sep) {
+  name[0] = '\0';
+  what[0] = '\0';
+  if (sscanf(ptr, "%1023[^;\r\n =]=%4999[^;\r\n]", name, what) < 1) return false;
+  const char* endOfName = ptr + strlen(name);
+  while (*endOfName && isBlank(*endOfName)) endOfName++;
+  *sep = *endOfName == '=';
+  size_t len = strlen(what);
+  while (len && isBlank(what[len - 1])) {
+    what[len - 1] = '\0';
+    len--;
+  }
+  *value = what;
+  while (**value && isBlank(**value)) (*value)++;
+  return true;
+}
+
+// No path attribute: the request path up to and including its last '/' before any '?'. A path
+// without '/' leaves both paths null. False when a copy fails.
+bool DefaultPath(Cookie* co, const char* path) {
+  const char* query = strchr(path, '?');
+  const char* endslash;
+  if (query)
+    endslash =
+        static_cast<const char*>(memrchr(path, '/', static_cast<unsigned int>(query - path)));
+  else
+    endslash = strrchr(path, '/');
+  if (!endslash) return true;
+  size_t pathLen = static_cast<size_t>(endslash - path) + 1;
+  co->path = static_cast<char*>(malloc(pathLen + 1));
+  if (!co->path) return false;
+  memcpy(co->path, path, pathLen);
+  co->path[pathLen] = '\0';
+  co->sanitizedPath = sanitize_cookie_path(co->path);
+  return co->sanitizedPath != nullptr;
+}
 
 // The header form. Returns false when the cookie must be rejected.
 bool parseHeaderForm(Cookie* co, const char* line, const char* domain, const char* path,
@@ -29,103 +157,12 @@ bool parseHeaderForm(Cookie* co, const char* line, const char* domain, const cha
   while (*ptr && isBlank(*ptr)) ptr++;
 
   do {
-    name[0] = '\0';
-    what[0] = '\0';
-    if (sscanf(ptr, "%1023[^;\r\n =]=%4999[^;\r\n]", name, what) >= 1) {
-      size_t nameLen = strlen(name);
-      const char* endOfName = ptr + nameLen;
-      while (*endOfName && isBlank(*endOfName)) endOfName++;
-      bool sep = *endOfName == '=';
-
-      size_t len = strlen(what);
-      while (len && isBlank(what[len - 1])) {
-        what[len - 1] = '\0';
-        len--;
-      }
-      const char* whatptr = what;
-      while (*whatptr && isBlank(*whatptr)) whatptr++;
-
-      bool done = false;
-      if (!*whatptr) {
-        // "secure" and "httponly" count also when written with an empty value.
-        done = true;
-        if (rawEqual("secure", name))
-          co->secure = true;
-        else if (rawEqual("httponly", name))
-          co->httponly = true;
-        else if (sep)
-          done = false;
-      }
-
-      if (done) {
-        // a flag attribute, or a name without '=': nothing more to read
-      } else if (rawEqual("path", name)) {
-        if (co->path || co->sanitizedPath) {
-          badcookie = true;
-          break;
-        }
-        strstore(&co->path, whatptr);
-        if (!co->path) {
-          badcookie = true;
-          break;
-        }
-        co->sanitizedPath = sanitize_cookie_path(co->path);
-        if (!co->sanitizedPath) {
-          badcookie = true;
-          break;
-        }
-      } else if (rawEqual("domain", name)) {
-        if (*whatptr == '.') whatptr++;
-        if (!domain || tailmatch(whatptr, domain)) {
-          if (*whatptr == '.') whatptr++;
-          strstore(&co->domain, whatptr);
-          if (!co->domain) {
-            badcookie = true;
-            break;
-          }
-          co->tailmatch = true;
-        } else {
-          badcookie = true;
-        }
-      } else if (rawEqual("version", name)) {
-        strstore(&co->version, whatptr);
-        if (!co->version) {
-          badcookie = true;
-          break;
-        }
-      } else if (rawEqual("max-age", name)) {
-        strstore(&co->maxAgeText, whatptr);
-        if (!co->maxAgeText) {
-          badcookie = true;
-          break;
-        }
-        const char* age = co->maxAgeText;
-        if (*age == '"') age++;
-        // Intended: the sum is taken in 32 bits and sign-extended, so a huge max-age wraps.
-        uint32_t sum = static_cast<uint32_t>(strtol(age, nullptr, 10)) + static_cast<uint32_t>(now);
-        co->expires = static_cast<int32_t>(sum);
-      } else if (rawEqual("expires", name)) {
-        strstore(&co->expiresText, whatptr);
-        if (!co->expiresText) {
-          badcookie = true;
-          break;
-        }
-        time_t reference = static_cast<time_t>(now);
-        time_t date = curl_getdate(co->expiresText, &reference);
-        if (date == 0)
-          co->expires = 1;  // a date of exactly 0 is an expired cookie, not a session one
-        else if (date < 0)
-          co->expires = 0;
-        else
-          co->expires = date;
-      } else if (!co->name) {
-        co->name = strdup(name);
-        co->value = strdup(whatptr);
-        if (!co->name || !co->value) {
-          badcookie = true;
-          break;
-        }
-      }
+    const char* value = nullptr;
+    bool sep = false;
+    if (ScanAttribute(ptr, name, what, &value, &sep)) {
+      const Verdict verdict = ApplyAttribute(co, name, value, sep, domain, now);
+      if (verdict != Verdict::kGo) badcookie = true;
+      if (verdict == Verdict::kStop) break;
     }
 
     if (!semiptr || !*semiptr) break;
@@ -141,46 +178,40 @@ bool parseHeaderForm(Cookie* co, const char* line, const char* domain, const cha
     co->domain = strdup(domain);
     if (!co->domain) badcookie = true;
   }
-
-  if (!badcookie && !co->path && path) {
-    const char* query = strchr(path, '?');
-    const char* endslash;
-    if (query)
-      endslash =
-          static_cast<const char*>(memrchr(path, '/', static_cast<unsigned int>(query - path)));
-    else
-      endslash = strrchr(path, '/');
-    if (endslash) {
-      size_t pathLen = static_cast<size_t>(endslash - path) + 1;
-      co->path = static_cast<char*>(malloc(pathLen + 1));
-      if (co->path) {
-        memcpy(co->path, path, pathLen);
-        co->path[pathLen] = '\0';
-        co->sanitizedPath = sanitize_cookie_path(co->path);
-        if (!co->sanitizedPath) badcookie = true;
-      } else {
-        badcookie = true;
-      }
-    }
-  }
+  if (!badcookie && !co->path && path && !DefaultPath(co, path)) badcookie = true;
 
   free(what);
   return !badcookie && co->name;
 }
 
-// The file form: seven tab-separated fields, or six without the path. Cuts `line` in place.
-bool parseFileForm(Cookie* co, char* line) {
+// Field 3 of a file line when it is a path. False when a copy fails.
+bool StoreFilePath(Cookie* co, const char* text) {
+  co->path = strdup(text);
+  if (!co->path) return false;
+  co->sanitizedPath = sanitize_cookie_path(co->path);
+  return co->sanitizedPath != nullptr;
+}
+
+// The record text of a file line: behind a "#HttpOnly_" prefix (which sets httponly), cut at the
+// first carriage return and then at the first newline. Null for a comment line.
+char* FileRecordText(Cookie* co, char* line) {
   char* lineptr = line;
   if (strncmp(lineptr, "#HttpOnly_", 10) == 0) {
     lineptr += 10;
     co->httponly = true;
   }
-  if (lineptr[0] == '#') return false;
-
+  if (lineptr[0] == '#') return nullptr;
   char* end = strchr(lineptr, '\r');
   if (end) *end = '\0';
   end = strchr(lineptr, '\n');
   if (end) *end = '\0';
+  return lineptr;
+}
+
+// The file form: seven tab-separated fields, or six without the path. Cuts `line` in place.
+bool parseFileForm(Cookie* co, char* line) {
+  char* lineptr = FileRecordText(co, line);
+  if (!lineptr) return false;
 
   bool badcookie = false;
   int field = 0;
@@ -199,13 +230,7 @@ bool parseFileForm(Cookie* co, char* line) {
       case 2:
         // Case significant on purpose: "TRUE" here is a path.
         if (strcmp("true", ptr) != 0 && strcmp("false", ptr) != 0) {
-          co->path = strdup(ptr);
-          if (!co->path) {
-            badcookie = true;
-          } else {
-            co->sanitizedPath = sanitize_cookie_path(co->path);
-            if (!co->sanitizedPath) badcookie = true;
-          }
+          if (!StoreFilePath(co, ptr)) badcookie = true;
           break;
         }
         // The compact form has no path: this field is already the secure flag.
@@ -218,7 +243,7 @@ bool parseFileForm(Cookie* co, char* line) {
         co->secure = rawEqual(ptr, "true");
         break;
       case 4:
-        co->expires = static_cast<int32_t>(static_cast<uint32_t>(strtol(ptr, nullptr, 10)));
+        co->expires = width32::Strtol(ptr);
         break;
       case 5:
         co->name = strdup(ptr);

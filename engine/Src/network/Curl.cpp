@@ -71,8 +71,8 @@ Curl::Curl(curl_thread_option option, int sleepTime, std::string cookiePath, ICu
       m_units.emplace_back(false, UnitObject());
       UnitObject& unit = m_units.back().second;
       unit.m_urlIndex = 0;
-      unit.m_hostIndex = -1;
-      unit.m_pauseBuffer.reserve(16384);
+      unit.m_hostIndex = kUnboundHost;
+      unit.m_pauseBuffer.reserve(kPauseBufferCapacity);
       unit.m_curl = this;
       unit.m_easy = m_factory->CreateCurlEasy();
       unit.m_done = false;

@@ -4,6 +4,7 @@
 #include "Curl.h"
 #include "DLog.h"
 #include "Portability.h"
+#include "Width32.h"
 
 namespace strmcommon {
 
@@ -14,14 +15,14 @@ size_t Curl::EasyDownloadCB(void* data, size_t size, size_t nmemb, void* unitPtr
   // Quitting or freed: the bytes count as consumed and vanish; ProgressCB ends the transfer.
   if (curl->m_quit || !curl->m_units[unit->m_index].first) return count;
   // The write callback never aborts a transfer, so the result is not looked at.
-  curl->OnBodyDownload(unit, data, static_cast<int>(count), -1, -1);
+  curl->OnBodyDownload(unit, data, static_cast<int>(count), kNoCurlId, kNoCurlId);
   return count;
 }
 
 int Curl::ProgressCB(void* unitPtr, double, double, double, double) {
   UnitObject* unit = static_cast<UnitObject*>(unitPtr);
   Curl* curl = unit->m_curl;
-  if (curl->m_quit || !curl->m_units[unit->m_index].first) return -1;
+  if (curl->m_quit || !curl->m_units[unit->m_index].first) return kAbortTransfer;
   // The one way a cancel reaches a running transfer.
   return -static_cast<int>(unit->m_cancel);
 }
@@ -30,12 +31,12 @@ int Curl::OnBodyDownload(UnitObject* unit, void* data, int size, int easyCurlId,
   VAS_LOG_DEBUG("starts.");
   if (unit == nullptr) {
     VAS_LOG_ERROR(">> strmcommon::Unit == NULL ERROR");
-    return -1;
+    return kAbortTransfer;
   }
   ProcessGetInfo(unit, easyCurlId);
-  if ((easyCurlId & curlId) != -1) {
+  if ((easyCurlId & curlId) != kNoCurlId) {
     VAS_LOG_DEBUG("[Warning] Error easycurlid");
-    return -1;
+    return kAbortTransfer;
   }
   unsigned char* bytes = static_cast<unsigned char*>(data);
   // Data that libcurl hands over from inside Resume_unlock for this unit is data of the resume:
@@ -46,8 +47,8 @@ int Curl::OnBodyDownload(UnitObject* unit, void* data, int size, int easyCurlId,
     if (!unit->m_easy->Pause()) {
       VAS_LOG_ERROR("ERROR!! curl_easy_pause failed, %d", unit->m_easy->GetLastError());
     }
-    unit->m_pos += size;
-    if (curlId != -1) {
+    unit->m_pos = width32::Low32(unit->m_pos + size);
+    if (curlId != kNoCurlId) {
       CallTransfer(unit, unit->code, bytes, static_cast<unsigned int>(size), curlId);
       return size;
     }
@@ -65,43 +66,53 @@ int Curl::OnBodyDownload(UnitObject* unit, void* data, int size, int easyCurlId,
 
   long long now = static_cast<long long>(vas_getTime());
   if (unit->m_firstByteTime == 0) {
-    unit->m_firstByteTime = static_cast<unsigned int>(now - unit->m_beginTime);
+    unit->m_firstByteTime = width32::Low32(now - unit->m_beginTime);
   }
   long long previousTime = unit->m_lastDataTime;
   unit->m_lastDataTime = now;
-  unit->m_pos += size;
+  unit->m_pos = width32::Low32(unit->m_pos + size);
 
   if (!unit->m_noMeasure && m_event != nullptr) {
-    // Data delivered inside a resume arrives at the resume itself, 0 ms after it.
-    if (insideResume || now - unit->m_rxBaseTime <= 100) {
-      m_event->ResetRxBaseTime(now);
-    } else {
-      m_event->AddRxTimeInfo(static_cast<unsigned int>(previousTime),
-                             static_cast<unsigned int>(now), static_cast<unsigned int>(size),
-                             unit->m_data.streamIdx, unit->m_data.segmentIdx, unit->m_data.tag);
-    }
+    ReportTiming(unit, size, previousTime, now, insideResume);
   }
-  if (unit->m_cancel) return -1;
+  if (unit->m_cancel) return kAbortTransfer;
 
-  if (curlId == -1 && !unit->m_pauseBuffer.empty()) {
+  if (curlId == kNoCurlId && !unit->m_pauseBuffer.empty()) {
     VAS_LOG_DEBUG("Pause Buffer Load %zu", unit->m_pauseBuffer.size());
     CallTransfer(unit, unit->code, unit->m_pauseBuffer.data(),
-                 static_cast<unsigned int>(unit->m_pauseBuffer.size()), -1);
+                 static_cast<unsigned int>(unit->m_pauseBuffer.size()), kNoCurlId);
     unit->m_pauseBuffer.clear();
-    if (unit->m_cancel) return -1;
+    if (unit->m_cancel) return kAbortTransfer;
   }
 
-  if (unit->m_skipBytes != 0) {
-    if (unit->m_skipBytes > unit->m_pos) return size;
-    long long n = static_cast<long long>(unit->m_pos - unit->m_skipBytes);
-    if (n > size) n = size;
-    if (n < 1) return size;
-    CallTransfer(unit, unit->code, bytes + (size - n), static_cast<unsigned int>(n), curlId);
-    return size;
-  }
-
-  CallTransfer(unit, unit->code, bytes, static_cast<unsigned int>(size), curlId);
+  DeliverPastSkip(unit, bytes, size, curlId);
   return size;
+}
+
+void Curl::ReportTiming(UnitObject* unit, int size, long long previousTime, long long now,
+                        bool insideResume) {
+  // Within 100 ms of a resume the measurement restarts instead; data delivered inside a resume
+  // arrives at the resume itself, 0 ms after it.
+  if (insideResume || now - unit->m_rxBaseTime <= kResumeSettleMs) {
+    m_event->ResetRxBaseTime(now);
+  } else {
+    m_event->AddRxTimeInfo(width32::Low32(previousTime), width32::Low32(now),
+                           static_cast<unsigned int>(size), unit->m_data.streamIdx,
+                           unit->m_data.segmentIdx, unit->m_data.tag);
+  }
+}
+
+void Curl::DeliverPastSkip(UnitObject* unit, unsigned char* bytes, int size, int curlId) {
+  if (unit->m_skipBytes == 0) {
+    CallTransfer(unit, unit->code, bytes, static_cast<unsigned int>(size), curlId);
+    return;
+  }
+  // Body below m_skipBytes is dropped; only the last n bytes of a chunk that crosses it go out.
+  if (unit->m_skipBytes > unit->m_pos) return;
+  long long n = static_cast<long long>(unit->m_pos - unit->m_skipBytes);
+  if (n > size) n = size;
+  if (n < 1) return;
+  CallTransfer(unit, unit->code, bytes + (size - n), static_cast<unsigned int>(n), curlId);
 }
 
 int Curl::CallTransfer(UnitObject* unit, int code, unsigned char* data, unsigned int size,
@@ -112,12 +123,12 @@ int Curl::CallTransfer(UnitObject* unit, int code, unsigned char* data, unsigned
   for (;;) {
     if (unit->m_cancel) return 0;
     // A unit that already has a result takes no more data.
-    if (unit->code != 0) return 0;
-    if (curlId == -1) {
+    if (unit->code != err_none) return 0;
+    if (curlId == kNoCurlId) {
       if (unit->m_pause && !insideResume) break;
       int taken = m_callback->OnDownloadData(unit, code, data, size);
-      if (taken == 0) return 0;
-      if (taken == 3) {
+      if (taken == kDataTaken) return 0;
+      if (taken == kDataAgainAtOnce) {
         if (m_quit) return 0;
         continue;
       }
@@ -150,7 +161,7 @@ void Curl::ProcessGetInfo(UnitObject* unit, int curlId) {
     VAS_LOG_ERROR(">> strmcommon::Unit == NULL ERROR");
     return;
   }
-  if (curlId != -1) return;
+  if (curlId != kNoCurlId) return;
   if (unit->m_size == 0) {
     double length = 0;
     // The double form is the one this engine reads; libcurl still answers it.
@@ -159,8 +170,9 @@ void Curl::ProcessGetInfo(UnitObject* unit, int curlId) {
     bool known = unit->m_easy->GetInfoWithDouble(CURLINFO_CONTENT_LENGTH_DOWNLOAD, &length);
 #pragma GCC diagnostic pop
     if (known && length > 0) {
-      unit->m_size = static_cast<size_t>(length);
-      VAS_LOG_DEBUG("Unit %p, Content Length = %ld", unit, static_cast<long>(unit->m_size));
+      unit->m_size = width32::SaturateToUInt32(length);
+      VAS_LOG_DEBUG("Unit %p, Content Length = %ld", unit,
+                    static_cast<long>(width32::Signed32(unit->m_size)));
     }
   }
   urlInfo_t& entry = m_urlInfo[unit->m_urlIndex];

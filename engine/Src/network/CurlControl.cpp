@@ -6,17 +6,36 @@
 #include "Clock.h"
 #include "Curl.h"
 #include "DLog.h"
+#include "Width32.h"
 
 namespace strmcommon {
 
 thread_local UnitObject* Curl::s_resumingUnit = nullptr;
 
 namespace {
-void* AsOptionValue(long value) { return reinterpret_cast<void*>(value); }
-
 // Read afresh on every turn: another thread's SetData, which takes no lock, may change it.
 int32_t StateOf(const UnitObject* unit) {
   return *static_cast<const volatile int32_t*>(&unit->m_data.state);
+}
+
+bool AnySlotTaken(const std::vector<std::pair<bool, UnitObject>>& units) {
+  for (const auto& slot : units) {
+    if (slot.first) return true;
+  }
+  return false;
+}
+
+// Releases the record a client stored in m_chunk: its first word through g_free, the record
+// itself through free.
+void FreeChunk(UnitObject& unit) {
+  if (unit.m_chunk == nullptr) return;
+  void** record = static_cast<void**>(unit.m_chunk);
+  if (record[0] != nullptr) {
+    g_free(record[0]);
+    record[0] = nullptr;
+  }
+  free(unit.m_chunk);
+  unit.m_chunk = nullptr;
 }
 }  // namespace
 
@@ -39,11 +58,11 @@ bool Curl::Pause(UnitObject* unit) {
       unit->m_lastDataTime = now;
       m_lastPauseTime = now;
       // Keeps libcurl's time limits from ending a paused transfer.
-      unit->m_easy->SetOpt(CURLOPT_LOW_SPEED_LIMIT, AsOptionValue(0));
-      unit->m_easy->SetOpt(CURLOPT_LOW_SPEED_TIME, AsOptionValue(0));
+      unit->m_easy->SetOpt(CURLOPT_LOW_SPEED_LIMIT, OptionValue(0));
+      unit->m_easy->SetOpt(CURLOPT_LOW_SPEED_TIME, OptionValue(0));
       if (unit->m_pauseStartTime == 0) unit->m_pauseStartTime = now;
-      unit->m_easy->SetOpt(CURLOPT_TIMEOUT, AsOptionValue(99999));
-      unit->m_easy->SetOpt(CURLOPT_CONNECTTIMEOUT, AsOptionValue(99999));
+      unit->m_easy->SetOpt(CURLOPT_TIMEOUT, OptionValue(kPausedTimeout));
+      unit->m_easy->SetOpt(CURLOPT_CONNECTTIMEOUT, OptionValue(kPausedTimeout));
     }
   }
   VAS_LOG_DEBUG("<< Curl::Pause");
@@ -89,11 +108,13 @@ bool Curl::Resume_unlock(UnitObject* unit) {
     unit->m_pauseStartTime = 0;
   }
   // The time budget grows by exactly the time spent paused.
-  long pausedSeconds = static_cast<long>(unit->m_pausedTotal / 1000);
-  unit->m_easy->SetOpt(CURLOPT_LOW_SPEED_LIMIT, AsOptionValue(2048));
-  unit->m_easy->SetOpt(CURLOPT_LOW_SPEED_TIME, AsOptionValue(m_lowSpeedTime));
-  unit->m_easy->SetOpt(CURLOPT_TIMEOUT, AsOptionValue(pausedSeconds + 120));
-  unit->m_easy->SetOpt(CURLOPT_CONNECTTIMEOUT, AsOptionValue(pausedSeconds + m_connectTimeout));
+  // Whole seconds in a long, which is 32 bits on the device.
+  const int32_t pausedSeconds = width32::Signed32(unit->m_pausedTotal / 1000);
+  unit->m_easy->SetOpt(CURLOPT_LOW_SPEED_LIMIT, OptionValue(kLowSpeedLimit));
+  unit->m_easy->SetOpt(CURLOPT_LOW_SPEED_TIME, OptionValue(m_lowSpeedTime));
+  unit->m_easy->SetOpt(CURLOPT_TIMEOUT, OptionValue(width32::Add(pausedSeconds, kTransferTimeout)));
+  unit->m_easy->SetOpt(CURLOPT_CONNECTTIMEOUT,
+                       OptionValue(width32::Add(pausedSeconds, m_connectTimeout)));
   unit->m_pause = false;
   VAS_LOG_DEBUG("<<");
   return true;
@@ -175,14 +196,8 @@ void Curl::Reset() {
   }
   m_mutItem.Unlock();
 
-  if (cancelled) {
-    for (const auto& slot : m_units) {
-      if (slot.first) {
-        vas_sleep_ms(20);
-        break;
-      }
-    }
-  }
+  // One short wait, with no second look at the slots.
+  if (cancelled && AnySlotTaken(m_units)) vas_sleep_ms(20);
 
   m_mutItem.Lock();
   UnitObject* unit = nullptr;
@@ -203,15 +218,7 @@ void Curl::Reset() {
   m_mutItem.Lock();
   VAS_LOG_DEBUG("Curl::Reset Cleaning chunk segments");
   for (auto& slot : m_units) {
-    UnitObject& unit = slot.second;
-    if (unit.m_data.state != 0 || unit.m_chunk == nullptr) continue;
-    void** record = static_cast<void**>(unit.m_chunk);
-    if (record[0] != nullptr) {
-      g_free(record[0]);
-      record[0] = nullptr;
-    }
-    free(unit.m_chunk);
-    unit.m_chunk = nullptr;
+    if (slot.second.m_data.state == 0) FreeChunk(slot.second);
   }
   m_resetting = false;
   m_mutItem.Unlock();

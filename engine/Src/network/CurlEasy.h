@@ -1,4 +1,5 @@
-// A libcurl easy handle: each operation is one libcurl call whose code is remembered.
+/// \file
+/// A libcurl easy handle: each operation is one libcurl call whose code is remembered.
 #pragma once
 
 #include <curl/curl.h>
@@ -7,10 +8,12 @@
 
 namespace strmcommon {
 
+/// The libcurl implementation of ICurlEasy. It owns its handle for its whole life.
 class CurlEasy : public ICurlEasy {
  public:
-  // Throws std::exception when curl_easy_init gives no handle.
+  /// Takes a handle from curl_easy_init; throws std::exception when it gives none.
   CurlEasy();
+  /// Cleans the handle up.
   ~CurlEasy() override;
   CurlEasy(const CurlEasy&) = delete;
   CurlEasy& operator=(const CurlEasy&) = delete;

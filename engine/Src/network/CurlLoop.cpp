@@ -4,6 +4,7 @@
 #include "Clock.h"
 #include "Curl.h"
 #include "DLog.h"
+#include "Width32.h"
 
 namespace strmcommon {
 
@@ -15,9 +16,9 @@ bool Curl::StartLoop() {
 bool Curl::Loop(void* self) {
   Curl* curl = static_cast<Curl*>(self);
   if (curl->m_threadOption == CURL_THREAD_PACED) {
-    unsigned int t0 = static_cast<unsigned int>(vas_getTime());
+    unsigned int t0 = width32::Low32(vas_getTime());
     curl->RunOnce();
-    unsigned int t1 = static_cast<unsigned int>(vas_getTime());
+    unsigned int t1 = width32::Low32(vas_getTime());
     // Kept: earlier minus later. A pass within one millisecond sleeps the full m_sleepTime; a
     // longer pass wraps to a huge value and does not sleep at all.
     unsigned int d = (t0 - t1) * 1000u;
@@ -54,28 +55,8 @@ bool Curl::Process() {
   }
 
   int running = 0;
-  while (m_multi->Perform(running)) {
-  }
-
-  if (running != 0) {
-    fd_set readFds;
-    fd_set writeFds;
-    fd_set exceptFds;
-    FD_ZERO(&readFds);
-    FD_ZERO(&writeFds);
-    FD_ZERO(&exceptFds);
-    int maxFd = 0;
-    timeval timeout = {0, 300000};
-    m_multi->FDSet(&readFds, &writeFds, &exceptFds, &maxFd);
-    // Released for the socket wait: the one point of a pass where client threads get at the units.
-    m_mutItem.Unlock();
-    int selected = m_multi->Select(maxFd + 1, &readFds, &writeFds, &exceptFds, &timeout);
-    m_mutItem.Lock();
-    if (selected >= 0) {
-      while (m_multi->Perform(running)) {
-      }
-    }
-  }
+  PerformAll(running);
+  if (running != 0) WaitForSockets(running);
 
   int msgsLeft = 0;
   CurlMsg msg;
@@ -90,10 +71,7 @@ bool Curl::Process() {
   if (result == CURLE_ABORTED_BY_CALLBACK) VAS_LOG_DEBUG("111");
   if (unit != nullptr) {
     if (unit->m_cancel) result = CURLE_ABORTED_BY_CALLBACK;
-    unit->m_destIp = msg.primaryIp;
-    unit->m_localIp = msg.localIp;
-    if (msg.primaryIp != nullptr && std::strlen(msg.primaryIp) > 1) m_destIp = msg.primaryIp;
-    if (msg.localIp != nullptr && std::strlen(msg.localIp) > 1) m_hostIp = msg.localIp;
+    KeepAddresses(unit, msg);
     if (m_resetting) result = CURLE_ABORTED_BY_CALLBACK;
     if (result != CURLE_OK) VAS_LOG_DEBUG("errorbuf : %s", unit->m_errorBuf);
 
@@ -105,26 +83,59 @@ bool Curl::Process() {
                   result, status, httpVersion);
     // The easy handle stays with the unit.
     m_multi->RemoveHandle(*unit->m_easy);
-    ResultIf(unit, result, status, -1);
-
-    if (m_resetting && unit->m_data.state == 0) {
-      // Freed at once; the client hears nothing of it.
-      unit->m_done = true;
-      EndDownload_unlock(unit);
-    } else if (unit->m_cancel) {
-      // ResultIf has just cleared m_cancel, so this route stands but does not run.
-      EndDownload_unlock(unit);
-    } else {
-      unit->m_done = true;
-      if (!unit->m_pauseBuffer.empty()) {
-        CallTransfer(unit, unit->code, unit->m_pauseBuffer.data(),
-                     static_cast<unsigned int>(unit->m_pauseBuffer.size()), -1);
-      }
-      m_completed.push_back(unit);
-    }
+    ResultIf(unit, result, status, kNoCurlId);
+    RouteFinished(unit);
   }
   m_mutItem.Unlock();
   return true;
+}
+
+void Curl::PerformAll(int& running) {
+  while (m_multi->Perform(running)) {
+  }
+}
+
+void Curl::WaitForSockets(int& running) {
+  fd_set readFds;
+  fd_set writeFds;
+  fd_set exceptFds;
+  FD_ZERO(&readFds);
+  FD_ZERO(&writeFds);
+  FD_ZERO(&exceptFds);
+  int maxFd = 0;
+  timeval timeout = {0, kSelectTimeoutUs};
+  m_multi->FDSet(&readFds, &writeFds, &exceptFds, &maxFd);
+  // Released for the socket wait: the one point of a pass where client threads get at the units.
+  m_mutItem.Unlock();
+  int selected = m_multi->Select(maxFd + 1, &readFds, &writeFds, &exceptFds, &timeout);
+  m_mutItem.Lock();
+  if (selected >= 0) PerformAll(running);
+}
+
+void Curl::KeepAddresses(UnitObject* unit, const CurlMsg& msg) {
+  unit->m_destIp = msg.primaryIp;
+  unit->m_localIp = msg.localIp;
+  // A text of one character or none leaves the engine's last address as it was.
+  if (msg.primaryIp != nullptr && std::strlen(msg.primaryIp) > 1) m_destIp = msg.primaryIp;
+  if (msg.localIp != nullptr && std::strlen(msg.localIp) > 1) m_hostIp = msg.localIp;
+}
+
+void Curl::RouteFinished(UnitObject* unit) {
+  if (m_resetting && unit->m_data.state == 0) {
+    // Freed at once; the client hears nothing of it.
+    unit->m_done = true;
+    EndDownload_unlock(unit);
+  } else if (unit->m_cancel) {
+    // ResultIf has just cleared m_cancel, so this route stands but does not run.
+    EndDownload_unlock(unit);
+  } else {
+    unit->m_done = true;
+    if (!unit->m_pauseBuffer.empty()) {
+      CallTransfer(unit, unit->code, unit->m_pauseBuffer.data(),
+                   static_cast<unsigned int>(unit->m_pauseBuffer.size()), kNoCurlId);
+    }
+    m_completed.push_back(unit);
+  }
 }
 
 UnitObject* Curl::GetCompleted(int& code, long& date) {
@@ -164,7 +175,7 @@ bool Curl::PopRequest(UnitObject*& unit) {
 int Curl::WaitForEnd(UnitObject* unit) {
   // Polled without a lock, and without a time limit: a running transfer holds the caller here.
   while (!unit->m_done) {
-    if (unit->code != 0 || unit->m_cancel || m_resetting) break;
+    if (unit->code != err_none || unit->m_cancel || m_resetting) break;
     vas_sleep_ms(3);
   }
   return unit->code;
@@ -174,13 +185,13 @@ int Curl::EndDownload(UnitObject*& unit) {
   VAS_LOG_DEBUG("starts. unit p[%p]", unit);
   if (unit == nullptr) {
     VAS_LOG_ERROR(">> strmcommon::Unit == NULL ERROR");
-    return -1;
+    return err_failed;
   }
   if (unit->m_endCalled) {
     VAS_LOG_DEBUG("<<Success End Download Unit: %p", unit);
     unit->m_done = false;
     VAS_LOG_DEBUG("Leave");
-    return 0;
+    return err_none;
   }
   unit->m_endTime = static_cast<long long>(vas_getTime());
   unit->m_endCalled = true;
@@ -200,12 +211,12 @@ int Curl::EndDownload_unlock(UnitObject*& unit) {
   VAS_LOG_DEBUG(">>");
   if (unit == nullptr) {
     VAS_LOG_ERROR(">> strmcommon::Unit == NULL ERROR");
-    return -1;
+    return err_failed;
   }
   if (unit->m_endCalled) {
     unit->m_done = false;
     VAS_LOG_DEBUG("<<");
-    return 0;
+    return err_none;
   }
   unit->m_endCalled = true;
 

@@ -1,4 +1,5 @@
-// A libcurl multi handle: each operation is one libcurl call whose code is remembered.
+/// \file
+/// A libcurl multi handle: each operation is one libcurl call whose code is remembered.
 #pragma once
 
 #include <curl/curl.h>
@@ -7,10 +8,12 @@
 
 namespace strmcommon {
 
+/// The libcurl implementation of ICurlMulti. It owns its handle for its whole life.
 class CurlMulti : public ICurlMulti {
  public:
-  // Throws std::exception when curl_multi_init gives no handle.
+  /// Takes a handle from curl_multi_init; throws std::exception when it gives none.
   CurlMulti();
+  /// Cleans the handle up.
   ~CurlMulti() override;
   CurlMulti(const CurlMulti&) = delete;
   CurlMulti& operator=(const CurlMulti&) = delete;

@@ -5,6 +5,7 @@
 #include "Curl.h"
 #include "DLog.h"
 #include "Portability.h"
+#include "Width32.h"
 #include "gurl.h"
 
 namespace strmcommon {
@@ -24,7 +25,38 @@ long BufferSizeFor(int bitrate) {
   return bitrate / 80;
 }
 
-void* AsOptionValue(long value) { return reinterpret_cast<void*>(value); }
+// Options 7 to 16 of a transfer: the callbacks with their unit, redirects followed by libcurl
+// itself, the error text and the unit as the handle's private pointer.
+void SetCallbackOptions(ICurlEasy* easy, UnitObject* unit) {
+  easy->SetOpt(CURLOPT_WRITEFUNCTION, reinterpret_cast<void*>(&Curl::EasyDownloadCB));
+  easy->SetOpt(CURLOPT_WRITEDATA, unit);
+  easy->SetOpt(CURLOPT_HEADERFUNCTION, reinterpret_cast<void*>(&Curl::HeaderCB));
+  easy->SetOpt(CURLOPT_HEADERDATA, unit);
+  easy->SetOpt(CURLOPT_FOLLOWLOCATION, OptionValue(1));
+  easy->SetOpt(CURLOPT_HEADER, OptionValue(0));
+  easy->SetOpt(CURLOPT_NOBODY, OptionValue(0));
+  easy->SetOpt(CURLOPT_ERRORBUFFER, unit->m_errorBuf);
+  easy->SetOpt(CURLOPT_PRIVATE, unit);
+  easy->SetOpt(CURLOPT_NOSIGNAL, OptionValue(1));
+}
+
+// Options 17 to 25: the time and speed limits, the progress callback (which watches for a
+// cancel), every encoding libcurl supports, and the server's file time.
+void SetLimitOptions(ICurlEasy* easy, UnitObject* unit, int connectTimeout, int lowSpeedTime) {
+  easy->SetOpt(CURLOPT_TIMEOUT, OptionValue(Curl::kTransferTimeout));
+  easy->SetOpt(CURLOPT_CONNECTTIMEOUT, OptionValue(connectTimeout));
+  easy->SetOpt(CURLOPT_LOW_SPEED_LIMIT, OptionValue(Curl::kLowSpeedLimit));
+  easy->SetOpt(CURLOPT_LOW_SPEED_TIME, OptionValue(lowSpeedTime));
+  easy->SetOpt(CURLOPT_NOPROGRESS, OptionValue(0));
+  // The progress callback with four doubles is the one this engine uses; libcurl still calls it.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+  easy->SetOpt(CURLOPT_PROGRESSFUNCTION, reinterpret_cast<void*>(&Curl::ProgressCB));
+#pragma GCC diagnostic pop
+  easy->SetOpt(CURLOPT_PROGRESSDATA, unit);
+  easy->SetOpt(CURLOPT_ACCEPT_ENCODING, "");
+  easy->SetOpt(CURLOPT_FILETIME, OptionValue(1));
+}
 
 // The host's slot in hosts: 1 to 9 fill up in order of first use; 0 for an empty host and for
 // every host that came after slot 9 was taken.
@@ -41,17 +73,87 @@ int HostSlotFor(std::vector<std::string>& hosts, const std::string& url) {
   return 0;
 }
 
+constexpr int kNoUnit = -1;
+
 // The first unit that is free, no longer waits on the completed list, and is unbound or bound to
 // hostSlot. A unit stays bound to the host of its first use for the life of the engine.
 int FreeUnitFor(const std::vector<std::pair<bool, UnitObject>>& units, int hostSlot) {
   for (int i = 0; i < Curl::kUnitCount; ++i) {
     const UnitObject& unit = units[i].second;
     if (!units[i].first && !unit.m_done &&
-        (unit.m_hostIndex == -1 || unit.m_hostIndex == hostSlot)) {
+        (unit.m_hostIndex == Curl::kUnboundHost || unit.m_hostIndex == hostSlot)) {
       return i;
     }
   }
-  return -1;
+  return kNoUnit;
+}
+
+// The URL table entry of a conditional request: its entry in 20..39 found by URL, else the one
+// used longest ago. Only an entry used strictly earlier than the best so far wins, starting from
+// now, so ties go to the lowest index and an unused table gives entry 20.
+int ConditionalUrlEntryFor(const std::vector<Curl::urlInfo_t>& table, const std::string& url) {
+  for (int i = Curl::kUnitCount; i < Curl::kUrlInfoCount; ++i) {
+    if (table[i].url == url) return i;
+  }
+  int oldest = Curl::kUnitCount;
+  long long oldestUse = static_cast<long long>(vas_getTime());
+  for (int i = Curl::kUnitCount; i < Curl::kUrlInfoCount; ++i) {
+    if (table[i].lastUse < oldestUse) {
+      oldestUse = table[i].lastUse;
+      oldest = i;
+    }
+  }
+  return oldest;
+}
+
+// A URL table entry for a new request. File time and date go to 0 also for an entry found again
+// by URL, so a conditional request never sends If-Modified-Since.
+void FillUrlEntry(Curl::urlInfo_t& entry, const std::string& url, const std::string& range,
+                  bool conditional) {
+  entry.url = url;
+  entry.range = range;
+  entry.fileTime = 0;
+  entry.date = 0;
+  entry.conditional = conditional;
+  entry.lastUse = static_cast<long long>(vas_getTime());
+}
+
+// The measurement of a transfer starts now: position 0, begin and last-data time now, no resume
+// and no pause yet. Returns now.
+long long RestartTiming(UnitObject* unit) {
+  unit->m_pos = 0;
+  long long now = static_cast<long long>(vas_getTime());
+  unit->m_beginTime = now;
+  unit->m_lastDataTime = now;
+  unit->m_rxBaseTime = 0;
+  unit->m_pauseStartTime = 0;
+  unit->m_pausedTotal = 0;
+  return now;
+}
+
+// What every begin operation resets on the unit it has chosen: the URL, position and result,
+// the flags, the client's words, and the pause buffer (emptied, its capacity kept).
+void PrepareUnit(UnitObject* unit, const std::string& url, const UserData& data, bool noMeasure) {
+  unit->m_url = url;
+  unit->m_pos = 0;
+  unit->m_size = 0;
+  unit->m_skipBytes = 0;
+  unit->code = err_none;
+  unit->m_beginTime = static_cast<long long>(vas_getTime());
+  unit->m_endCalled = false;
+  unit->m_done = false;
+  unit->m_firstByteTime = 0;
+  unit->m_cancel = false;
+  unit->m_pause = false;
+  unit->m_data = data;
+  unit->m_noMeasure = noMeasure;
+  unit->m_pauseBuffer.clear();
+  std::memset(unit->m_errorBuf, 0, sizeof(unit->m_errorBuf));
+  unit->m_pauseBlocked = false;
+  std::memset(unit->m_reservedA, 0, sizeof(unit->m_reservedA));
+  std::memset(unit->m_reservedB, 0, sizeof(unit->m_reservedB));
+  unit->m_reservedC = 0;
+  unit->m_httpStatus = 0;
 }
 
 }  // namespace
@@ -62,7 +164,7 @@ int Curl::BeginDownload(unsigned int key, const std::string& url, bool condition
   int result;
   if (key < static_cast<unsigned int>(m_requestKey)) {
     // A request from before a Reset: a silent success that leaves unit as it was.
-    result = 0;
+    result = err_none;
   } else if (url.empty()) {
     result = err_invalidarg;
   } else if (m_quit) {
@@ -90,7 +192,7 @@ int Curl::BeginDownload2(unsigned int key, const std::string& url, const std::st
   VAS_LOG_DEBUG(" starts. unit p[%p] isCurlDebug [%s]", unit, isCurlDebug ? "true" : "false");
   if (key < static_cast<unsigned int>(m_requestKey)) {
     VAS_LOG_DEBUG("<< Curl::BeginDownload");
-    return 0;
+    return err_none;
   }
   int result;
   if (url.empty()) {
@@ -137,7 +239,8 @@ int Curl::BeginDownloadImpl(const std::string& url, const std::string& range, bo
     VAS_LOG_ERROR(
         "TYPE : %d, streamIdx : %d, SegmentIdx : %d, state = %d,  Curl::BeginDownloadImpl() with "
         "URL = %s, range=%s\n ",
-        data.type, data.streamIdx, data.segmentIdx, data.state + 1, url.c_str(), range.c_str());
+        data.type, data.streamIdx, data.segmentIdx, width32::Add(data.state, 1), url.c_str(),
+        range.c_str());
   } else {
     VAS_LOG_ERROR(
         "TYPE : %d, streamIdx : %d, SegmentIdx : %d,  Curl::BeginDownloadImpl() with URL = %s\n ",
@@ -146,9 +249,9 @@ int Curl::BeginDownloadImpl(const std::string& url, const std::string& range, bo
 
   int hostSlot = HostSlotFor(m_hosts, url);
   int index = FreeUnitFor(m_units, hostSlot);
-  if (index < 0) {
+  if (index == kNoUnit) {
     VAS_LOG_ERROR("ERROR!! max concurrent download over");
-    return -1;
+    return err_failed;
   }
 
   m_units[index].first = true;
@@ -159,62 +262,15 @@ int Curl::BeginDownloadImpl(const std::string& url, const std::string& range, bo
   VAS_LOG_DEBUG("unit = %p: !!!!!!", chosen);
 
   chosen->m_index = index;
-  chosen->m_urlIndex = index;
+  chosen->m_urlIndex = conditional ? ConditionalUrlEntryFor(m_urlInfo, url) : index;
   chosen->m_hostIndex = hostSlot;
   chosen->m_redirecting = false;
 
-  if (conditional) {
-    // Conditional requests keep their entry in 20..39 by URL, else replace the oldest.
-    int found = -1;
-    for (int i = kUnitCount; i < kUrlInfoCount; ++i) {
-      if (m_urlInfo[i].url == url) {
-        found = i;
-        break;
-      }
-    }
-    if (found < 0) {
-      found = kUnitCount;
-      long long oldest = static_cast<long long>(vas_getTime());
-      for (int i = kUnitCount; i < kUrlInfoCount; ++i) {
-        if (m_urlInfo[i].lastUse < oldest) {
-          oldest = m_urlInfo[i].lastUse;
-          found = i;
-        }
-      }
-    }
-    chosen->m_urlIndex = found;
-  }
+  FillUrlEntry(m_urlInfo[chosen->m_urlIndex], url, range, conditional);
 
-  urlInfo_t& entry = m_urlInfo[chosen->m_urlIndex];
-  entry.url = url;
-  entry.range = range;
-  entry.fileTime = 0;
-  entry.date = 0;
-  entry.conditional = conditional;
-  entry.lastUse = static_cast<long long>(vas_getTime());
-
-  chosen->m_url = url;
-  chosen->m_pos = 0;
-  chosen->m_size = 0;
-  chosen->m_skipBytes = 0;
   // A retry that lands on the same slot goes on counting.
-  if (chosen->code != 10 && !isCurlDebug) chosen->m_retry = 0;
-  chosen->code = 0;
-
-  chosen->m_beginTime = static_cast<long long>(vas_getTime());
-  chosen->m_endCalled = false;
-  chosen->m_done = false;
-  chosen->m_firstByteTime = 0;
-  chosen->m_cancel = false;
-  chosen->m_pause = false;
-  chosen->m_data = data;
-  chosen->m_noMeasure = noMeasure;
-  chosen->m_pauseBuffer.clear();
-  chosen->m_pauseBlocked = false;
-  std::memset(chosen->m_reservedA, 0, sizeof(chosen->m_reservedA));
-  std::memset(chosen->m_reservedB, 0, sizeof(chosen->m_reservedB));
-  chosen->m_reservedC = 0;
-  chosen->m_httpStatus = 0;
+  if (chosen->code != err_retry && !isCurlDebug) chosen->m_retry = 0;
+  PrepareUnit(chosen, url, data, noMeasure);
 
   chosen->m_isCurlDebug = false;
   chosen->m_headerEnd = false;
@@ -225,13 +281,12 @@ int Curl::BeginDownloadImpl(const std::string& url, const std::string& range, bo
     if (!debugTag.empty()) chosen->m_debugTag = debugTag;
     chosen->m_debugRange = range;
   }
-  std::memset(chosen->m_errorBuf, 0, sizeof(chosen->m_errorBuf));
 
   if (m_callback != nullptr) m_callback->OnDownloadStart(chosen);
 
   if (!ReqBody(chosen)) {
     m_units[index].first = false;
-    return -1;
+    return err_failed;
   }
   unit = chosen;
   return chosen->code;
@@ -247,13 +302,7 @@ bool Curl::ReqBody(UnitObject* unit) {
 }
 
 bool Curl::SetBodyEasyDownloadOPT(UnitObject* unit) {
-  unit->m_pos = 0;
-  long long now = static_cast<long long>(vas_getTime());
-  unit->m_beginTime = now;
-  unit->m_lastDataTime = now;
-  unit->m_rxBaseTime = 0;
-  unit->m_pauseStartTime = 0;
-  unit->m_pausedTotal = 0;
+  long long now = RestartTiming(unit);
   VAS_LOG_DEBUG("ReqBody updatetime %p, %lld", unit, now / 1000);
 
   ICurlEasy* easy = unit->m_easy;
@@ -282,42 +331,21 @@ bool Curl::SetBodyEasyDownloadOPT(UnitObject* unit) {
   if (m_headers != nullptr) easy->SetOpt(CURLOPT_HTTPHEADER, m_headers);
   if (unit->m_isCurlDebug) {
     VAS_LOG_ERROR("turn off fail immediately when get error");
-    easy->SetOpt(CURLOPT_FAILONERROR, AsOptionValue(0));
+    easy->SetOpt(CURLOPT_FAILONERROR, OptionValue(0));
   } else {
-    easy->SetOpt(CURLOPT_FAILONERROR, AsOptionValue(1));
+    easy->SetOpt(CURLOPT_FAILONERROR, OptionValue(1));
   }
-  easy->SetOpt(CURLOPT_WRITEFUNCTION, reinterpret_cast<void*>(&Curl::EasyDownloadCB));
-  easy->SetOpt(CURLOPT_WRITEDATA, unit);
-  easy->SetOpt(CURLOPT_HEADERFUNCTION, reinterpret_cast<void*>(&Curl::HeaderCB));
-  easy->SetOpt(CURLOPT_HEADERDATA, unit);
-  easy->SetOpt(CURLOPT_FOLLOWLOCATION, AsOptionValue(1));
-  easy->SetOpt(CURLOPT_HEADER, AsOptionValue(0));
-  easy->SetOpt(CURLOPT_NOBODY, AsOptionValue(0));
-  easy->SetOpt(CURLOPT_ERRORBUFFER, unit->m_errorBuf);
-  easy->SetOpt(CURLOPT_PRIVATE, unit);
-  easy->SetOpt(CURLOPT_NOSIGNAL, AsOptionValue(1));
-  easy->SetOpt(CURLOPT_TIMEOUT, AsOptionValue(120));
-  easy->SetOpt(CURLOPT_CONNECTTIMEOUT, AsOptionValue(m_connectTimeout));
-  easy->SetOpt(CURLOPT_LOW_SPEED_LIMIT, AsOptionValue(2048));
-  easy->SetOpt(CURLOPT_LOW_SPEED_TIME, AsOptionValue(m_lowSpeedTime));
-  easy->SetOpt(CURLOPT_NOPROGRESS, AsOptionValue(0));
-  // The progress callback with four doubles is the one this engine uses; libcurl still calls it.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
-  easy->SetOpt(CURLOPT_PROGRESSFUNCTION, reinterpret_cast<void*>(&Curl::ProgressCB));
-#pragma GCC diagnostic pop
-  easy->SetOpt(CURLOPT_PROGRESSDATA, unit);
-  easy->SetOpt(CURLOPT_ACCEPT_ENCODING, "");
-  easy->SetOpt(CURLOPT_FILETIME, AsOptionValue(1));
+  SetCallbackOptions(easy, unit);
+  SetLimitOptions(easy, unit, m_connectTimeout, m_lowSpeedTime);
   // Set-up has just zeroed fileTime, so these two are not reached on any path today.
   if (entry.conditional && entry.fileTime != 0) {
-    easy->SetOpt(CURLOPT_TIMECONDITION, AsOptionValue(CURL_TIMECOND_IFMODSINCE));
-    easy->SetOpt(CURLOPT_TIMEVALUE, AsOptionValue(entry.fileTime));
+    easy->SetOpt(CURLOPT_TIMECONDITION, OptionValue(CURL_TIMECOND_IFMODSINCE));
+    easy->SetOpt(CURLOPT_TIMEVALUE, OptionValue(entry.fileTime));
   }
   easy->SetOpt(CURLOPT_USERAGENT, m_agent.empty() ? kDefaultAgent : m_agent.c_str());
-  easy->SetOpt(CURLOPT_SSL_VERIFYPEER, AsOptionValue(0));
+  easy->SetOpt(CURLOPT_SSL_VERIFYPEER, OptionValue(0));
   long bufferSize = BufferSizeFor(unit->m_data.bitrate);
-  easy->SetOpt(CURLOPT_BUFFERSIZE, AsOptionValue(bufferSize));
+  easy->SetOpt(CURLOPT_BUFFERSIZE, OptionValue(bufferSize));
   if (m_maxNwSpeed > 0) {
     easy->SetOptMaxNwLimit(CURLOPT_MAX_RECV_SPEED_LARGE, static_cast<long long>(m_maxNwSpeed));
   }
@@ -342,14 +370,14 @@ int Curl::DummyDownload(unsigned int key, const std::string& url, bool unused, U
   VAS_LOG_DEBUG("Curl::BeginDownload() starts.");
   if (key < static_cast<unsigned int>(m_requestKey)) {
     VAS_LOG_DEBUG("Curl::BeginDownload");
-    return 0;
+    return err_none;
   }
   if (url.empty()) {
     VAS_LOG_ERROR("Curl err_invalidarg");
     return err_invalidarg;
   }
   int index = FreeUnitFor(m_units, HostSlotFor(m_hosts, url));
-  if (index < 0) {
+  if (index == kNoUnit) {
     VAS_LOG_ERROR("Curl unit not alloted");
     return err_invalidarg;
   }
@@ -357,26 +385,7 @@ int Curl::DummyDownload(unsigned int key, const std::string& url, bool unused, U
   UnitObject* chosen = &m_units[index].second;
   unit = chosen;
 
-  chosen->m_url = url;
-  chosen->m_pos = 0;
-  chosen->m_size = 0;
-  chosen->m_skipBytes = 0;
-  chosen->code = 0;
-  chosen->m_beginTime = static_cast<long long>(vas_getTime());
-  chosen->m_endCalled = false;
-  chosen->m_done = false;
-  chosen->m_firstByteTime = 0;
-  chosen->m_cancel = false;
-  chosen->m_pause = false;
-  chosen->m_data = data;
-  chosen->m_noMeasure = noMeasure;
-  chosen->m_pauseBuffer.clear();
-  std::memset(chosen->m_errorBuf, 0, sizeof(chosen->m_errorBuf));
-  chosen->m_pauseBlocked = false;
-  std::memset(chosen->m_reservedA, 0, sizeof(chosen->m_reservedA));
-  std::memset(chosen->m_reservedB, 0, sizeof(chosen->m_reservedB));
-  chosen->m_reservedC = 0;
-  chosen->m_httpStatus = 0;
+  PrepareUnit(chosen, url, data, noMeasure);
   // Required as it stands: whichever slot was taken, the unit counts as slot 0 from here on.
   chosen->m_index = 0;
   chosen->m_hostIndex = 0;
@@ -385,9 +394,9 @@ int Curl::DummyDownload(unsigned int key, const std::string& url, bool unused, U
   if (m_callback != nullptr) m_callback->OnDownloadStart(chosen);
   chosen->m_done = true;
   CallTransfer(chosen, chosen->code, reinterpret_cast<unsigned char*>(buffer),
-               static_cast<unsigned int>(size), -1);
+               static_cast<unsigned int>(size), kNoCurlId);
   m_completed.push_back(chosen);
-  return 0;
+  return err_none;
 }
 
 }  // namespace strmcommon

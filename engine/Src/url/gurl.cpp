@@ -88,6 +88,17 @@ GURL GURL::Resolve(const string16& relative) const {
 
 GURL GURL::ResolveWithCharsetConverter(const std::string& relative,
                                        url_canon::CharsetConverter* charsetConverter) const {
+  return ResolveRelative(relative, charsetConverter);
+}
+
+GURL GURL::ResolveWithCharsetConverter(const string16& relative,
+                                       url_canon::CharsetConverter* charsetConverter) const {
+  return ResolveRelative(relative, charsetConverter);
+}
+
+template <typename STR>
+GURL GURL::ResolveRelative(const STR& relative,
+                           url_canon::CharsetConverter* charsetConverter) const {
   if (!m_isValid) return GURL();
 
   GURL result;
@@ -104,24 +115,16 @@ GURL GURL::ResolveWithCharsetConverter(const std::string& relative,
   return result;
 }
 
-GURL GURL::ResolveWithCharsetConverter(const string16& relative,
-                                       url_canon::CharsetConverter* charsetConverter) const {
-  if (!m_isValid) return GURL();
-
-  GURL result;
-  result.m_spec.reserve(m_spec.size() + 32);
-  url_canon::StdStringCanonOutput output(&result.m_spec);
-  if (!url_util::ResolveRelative(m_spec.data(), static_cast<int>(m_spec.length()), m_parsed,
-                                 relative.data(), static_cast<int>(relative.length()),
-                                 charsetConverter, &output, &result.m_parsed)) {
-    return GURL();
-  }
-  output.Complete();
-  result.m_isValid = true;
-  return result;
+GURL GURL::ReplaceComponents(const url_canon::Replacements<char>& replacements) const {
+  return Replaced(replacements);
 }
 
-GURL GURL::ReplaceComponents(const url_canon::Replacements<char>& replacements) const {
+GURL GURL::ReplaceComponents(const url_canon::Replacements<unsigned short>& replacements) const {
+  return Replaced(replacements);
+}
+
+template <typename CHAR>
+GURL GURL::Replaced(const url_canon::Replacements<CHAR>& replacements) const {
   if (!m_isValid) return GURL();
 
   GURL result;
@@ -131,19 +134,6 @@ GURL GURL::ReplaceComponents(const url_canon::Replacements<char>& replacements) 
       url_util::ReplaceComponents(m_spec.data(), static_cast<int>(m_spec.length()), m_parsed,
                                   replacements, nullptr, &output, &result.m_parsed);
   // Unlike Resolve, a failed replacement keeps its partial text.
-  output.Complete();
-  return result;
-}
-
-GURL GURL::ReplaceComponents(const url_canon::Replacements<unsigned short>& replacements) const {
-  if (!m_isValid) return GURL();
-
-  GURL result;
-  result.m_spec.reserve(m_spec.size() + 32);
-  url_canon::StdStringCanonOutput output(&result.m_spec);
-  result.m_isValid =
-      url_util::ReplaceComponents(m_spec.data(), static_cast<int>(m_spec.length()), m_parsed,
-                                  replacements, nullptr, &output, &result.m_parsed);
   output.Complete();
   return result;
 }

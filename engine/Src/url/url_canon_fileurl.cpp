@@ -5,7 +5,7 @@ namespace url_canon {
 
 namespace {
 
-template <typename CHAR, typename UCHAR>
+template <typename CHAR>
 bool DoCanonicalizeFileURL(const URLComponentSource<CHAR>& source, const url_parse::Parsed& parsed,
                            CharsetConverter* queryConverter, CanonOutput* output,
                            url_parse::Parsed* newParsed) {
@@ -31,36 +31,29 @@ bool DoCanonicalizeFileURL(const URLComponentSource<CHAR>& source, const url_par
 bool CanonicalizeFileURL(const char* spec, int specLen, const url_parse::Parsed& parsed,
                          CharsetConverter* queryConverter, CanonOutput* output,
                          url_parse::Parsed* newParsed) {
-  return DoCanonicalizeFileURL<char, unsigned char>(URLComponentSource<char>(spec), parsed,
-                                                    queryConverter, output, newParsed);
+  return DoCanonicalizeFileURL(URLComponentSource<char>(spec), parsed, queryConverter, output,
+                               newParsed);
 }
 
 bool CanonicalizeFileURL(const char16* spec, int specLen, const url_parse::Parsed& parsed,
                          CharsetConverter* queryConverter, CanonOutput* output,
                          url_parse::Parsed* newParsed) {
-  return DoCanonicalizeFileURL<char16, char16>(URLComponentSource<char16>(spec), parsed,
-                                               queryConverter, output, newParsed);
+  return DoCanonicalizeFileURL(URLComponentSource<char16>(spec), parsed, queryConverter, output,
+                               newParsed);
 }
 
 bool ReplaceFileURL(const char* base, const url_parse::Parsed& baseParsed,
                     const Replacements<char>& replacements, CharsetConverter* queryConverter,
                     CanonOutput* output, url_parse::Parsed* newParsed) {
-  URLComponentSource<char> source(base);
-  url_parse::Parsed parsed(baseParsed);
-  SetupOverrideComponents(base, replacements, &source, &parsed);
-  return DoCanonicalizeFileURL<char, unsigned char>(source, parsed, queryConverter, output,
-                                                    newParsed);
+  return CanonicalizeReplaced(DoCanonicalizeFileURL<char>, base, baseParsed, replacements,
+                              queryConverter, output, newParsed);
 }
 
 bool ReplaceFileURL(const char* base, const url_parse::Parsed& baseParsed,
                     const Replacements<char16>& replacements, CharsetConverter* queryConverter,
                     CanonOutput* output, url_parse::Parsed* newParsed) {
-  RawCanonOutput<1024> utf8;
-  URLComponentSource<char> source(base);
-  url_parse::Parsed parsed(baseParsed);
-  SetupUTF16OverrideComponents(base, replacements, &utf8, &source, &parsed);
-  return DoCanonicalizeFileURL<char, unsigned char>(source, parsed, queryConverter, output,
-                                                    newParsed);
+  return CanonicalizeReplaced(DoCanonicalizeFileURL<char>, base, baseParsed, replacements,
+                              queryConverter, output, newParsed);
 }
 
 }  // namespace url_canon

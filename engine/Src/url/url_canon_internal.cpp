@@ -243,7 +243,9 @@ int _itow_s(int value, char16* buffer, size_t sizeInChars, int radix) {
   if (err) return err;
   size_t written = std::char_traits<char>::length(temp);
   if (written >= sizeInChars) return EINVAL;
-  for (size_t i = 0; i < written; ++i) buffer[i] = static_cast<char16>(temp[i]);
+  for (size_t i = 0; i < written; ++i) {
+    buffer[i] = static_cast<char16>(static_cast<unsigned char>(temp[i]));
+  }
   buffer[written] = 0;
   return 0;
 }

@@ -1,24 +1,26 @@
-// Character tables and shared helpers of the URL canonicaliser. The tables decide every
-// character; they are laid out one row per group so that each can be checked at a glance.
+/// \file
+/// Character tables and shared helpers of the URL canonicaliser. The tables decide every
+/// character; they are laid out one row per group so that each can be checked at a glance.
 #pragma once
 
 #include <cstddef>
+#include <type_traits>
 
 #include "url_canon.h"
 
 namespace url_canon {
 
-// Bit flags of kSharedCharTypeTable.
+/// Bit flags of kSharedCharTypeTable.
 enum SharedCharTypes {
-  CHAR_QUERY = 1,     // copied as it is into a query
-  CHAR_USERINFO = 2,  // copied as it is into a user name or password
-  CHAR_IPV4 = 4,      // may appear in an IPv4 address
-  CHAR_HEX = 8,       // hexadecimal digit
-  CHAR_DEC = 16,      // decimal digit
-  CHAR_OCT = 32,      // octal digit
+  CHAR_QUERY = 1,     ///< copied as it is into a query
+  CHAR_USERINFO = 2,  ///< copied as it is into a user name or password
+  CHAR_IPV4 = 4,      ///< may appear in an IPv4 address
+  CHAR_HEX = 8,       ///< hexadecimal digit
+  CHAR_DEC = 16,      ///< decimal digit
+  CHAR_OCT = 32,      ///< octal digit
 };
 
-// All zero below 0x21 and from 0x7f up.
+/// The SharedCharTypes of each byte. All zero below 0x21 and from 0x7f up.
 // clang-format off
 inline constexpr unsigned char kSharedCharTypeTable[0x100] = {
     0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,  // 0x00 - 0x0f
@@ -130,20 +132,25 @@ inline constexpr unsigned char kSharedCharTypeTable[0x100] = {
 };
 // clang-format on
 
+/// True when byte `c` has the flag `type`.
 inline bool IsCharOfType(unsigned char c, SharedCharTypes type) {
   return !!(kSharedCharTypeTable[c] & type);
 }
+/// Copied as it is into a query.
 inline bool IsQueryChar(unsigned char c) { return IsCharOfType(c, CHAR_QUERY); }
+/// May appear in an IPv4 address.
 inline bool IsIPv4Char(unsigned char c) { return IsCharOfType(c, CHAR_IPV4); }
+/// A hexadecimal digit.
 inline bool IsHexChar(unsigned char c) { return IsCharOfType(c, CHAR_HEX); }
 
-// Escapes are always written in upper case.
+/// Digits of an escape; escapes are always written in upper case.
 inline constexpr char kHexCharLookup[0x10] = {'0', '1', '2', '3', '4', '5', '6', '7',
                                               '8', '9', 'A', 'B', 'C', 'D', 'E', 'F'};
 
+/// U+FFFD, written for a character of a fragment that can't be read.
 inline constexpr unsigned kUnicodeReplacementCharacter = 0xfffd;
 
-// Scheme characters: zero for invalid ones, letters mapped to lower case.
+/// Scheme characters: zero for invalid ones, letters mapped to lower case.
 // clang-format off
 inline constexpr unsigned char kSchemeCanonical[0x80] = {
     0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,  // 0x00 - 0x0f  controls
@@ -163,13 +170,15 @@ inline constexpr unsigned char kSchemeCanonical[0x80] = {
 };
 // clang-format on
 
-// 0 when |ch| is not a valid scheme character, else its canonical (lower case) form.
+/// 0 when |ch| is not a valid scheme character, else its canonical (lower case) form.
 unsigned char CanonicalSchemeChar(char16 ch);
+/// The same for an 8-bit character.
 unsigned char CanonicalSchemeChar(char ch);
 
-// Host characters: 0 invalid, kEsc valid but always written escaped, otherwise the character as
-// it is written (letters in lower case).
+/// kHostCharLookup's mark of a character that is valid but always written escaped.
 inline constexpr unsigned char kEsc = 0xff;
+/// Host characters: 0 invalid, kEsc valid but always written escaped, otherwise the character as
+/// it is written (letters in lower case).
 // clang-format off
 inline constexpr unsigned char kHostCharLookup[0x80] = {
     0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,  // 0x00 - 0x0f  controls
@@ -189,20 +198,22 @@ inline constexpr unsigned char kHostCharLookup[0x80] = {
 };
 // clang-format on
 
-// Path character flags.
+/// Path character flags.
 enum PathCharFlags {
-  SPECIAL = 1,      // needs handling beyond the table
-  ESCAPE_BIT = 2,   // written as %XX
-  UNESCAPE = 4,     // written plainly when it arrives as %XX
-  INVALID_BIT = 8,  // makes the path invalid
+  SPECIAL = 1,      ///< needs handling beyond the table
+  ESCAPE_BIT = 2,   ///< written as %XX
+  UNESCAPE = 4,     ///< written plainly when it arrives as %XX
+  INVALID_BIT = 8,  ///< makes the path invalid
 };
 
+/// The short names of the path table's entries.
 namespace path_chars {
-inline constexpr unsigned char PA = 0;                      // passes as it is
-inline constexpr unsigned char UN = UNESCAPE;               // unescaped from %XX
-inline constexpr unsigned char SP = SPECIAL;                // the dot
-inline constexpr unsigned char ES = SPECIAL | ESCAPE_BIT;   // escaped
-inline constexpr unsigned char IN = SPECIAL | INVALID_BIT;  // invalid
+inline constexpr unsigned char PA = 0;                      ///< passes as it is
+inline constexpr unsigned char UN = UNESCAPE;               ///< unescaped from %XX
+inline constexpr unsigned char SP = SPECIAL;                ///< the dot
+inline constexpr unsigned char ES = SPECIAL | ESCAPE_BIT;   ///< escaped
+inline constexpr unsigned char IN = SPECIAL | INVALID_BIT;  ///< invalid
+/// PathCharFlags of each byte.
 // clang-format off
 inline constexpr unsigned char kPathCharLookup[0x100] = {
     IN, ES, ES, ES, ES, ES, ES, ES, ES, ES, ES, ES, ES, ES, ES, ES,  // 0x00
@@ -226,18 +237,20 @@ inline constexpr unsigned char kPathCharLookup[0x100] = {
 }  // namespace path_chars
 using path_chars::kPathCharLookup;
 
+/// The value of a hexadecimal digit.
 inline int HexCharToValue(unsigned char c) {
   if (c >= '0' && c <= '9') return c - '0';
   if (c >= 'A' && c <= 'F') return c - 'A' + 10;
   return c - 'a' + 10;
 }
 
+/// True when `c` fits in a byte.
 template <typename CHAR>
 inline bool Is8BitChar(CHAR c) {
   return static_cast<char16>(c) <= 0xff;
 }
 
-// Reads a %XX at |*begin|. On success stores the value and leaves |*begin| on the last digit.
+/// Reads a %XX at |*begin|. On success stores the value and leaves |*begin| on the last digit.
 template <typename CHAR>
 inline bool DecodeEscaped(const CHAR* spec, int* begin, int end, unsigned char* unescapedValue) {
   if (*begin + 3 > end || !Is8BitChar(spec[*begin + 1]) || !Is8BitChar(spec[*begin + 2]))
@@ -251,6 +264,7 @@ inline bool DecodeEscaped(const CHAR* spec, int* begin, int end, unsigned char* 
   return true;
 }
 
+/// Writes `ch` as %XX.
 template <typename UINCHAR, typename OUTCHAR>
 inline void AppendEscapedChar(UINCHAR ch, CanonOutputT<OUTCHAR>* output) {
   output->push_back('%');
@@ -258,15 +272,16 @@ inline void AppendEscapedChar(UINCHAR ch, CanonOutputT<OUTCHAR>* output) {
   output->push_back(kHexCharLookup[ch & 0xf]);
 }
 
-// Copies a run of ASCII units to the output in one step.
+/// Copies a run of ASCII units to the output in one step.
 inline void AppendRun(const char* run, int length, CanonOutput* output) {
   output->Append(run, length);
 }
+/// The same for 16-bit units, narrowed one by one.
 inline void AppendRun(const char16* run, int length, CanonOutput* output) {
   for (int i = 0; i < length; i++) output->push_back(static_cast<char>(run[i]));
 }
 
-// Writes |value| in decimal.
+/// Writes |value| in decimal.
 inline void AppendDecimal(unsigned value, CanonOutput* output) {
   char digits[10];
   int n = 0;
@@ -277,7 +292,7 @@ inline void AppendDecimal(unsigned value, CanonOutput* output) {
   while (n) output->push_back(digits[--n]);
 }
 
-// Writes |codePoint| as UTF-8 through |Append|, one byte at a time.
+/// Writes |codePoint| as UTF-8 through |Append|, one byte at a time.
 template <void Append(unsigned char, CanonOutput*)>
 inline void DoAppendUTF8(unsigned codePoint, CanonOutput* output) {
   if (codePoint <= 0x7f) {
@@ -297,22 +312,26 @@ inline void DoAppendUTF8(unsigned codePoint, CanonOutput* output) {
   }
 }
 
+/// Writes a byte as it is.
 inline void AppendCharToOutput(unsigned char ch, CanonOutput* output) {
   output->push_back(static_cast<char>(ch));
 }
+/// Writes a byte as %XX.
 inline void AppendEscapedByte(unsigned char ch, CanonOutput* output) {
   AppendEscapedChar(ch, output);
 }
 
+/// Writes |codePoint| in UTF-8.
 inline void AppendUTF8Value(unsigned codePoint, CanonOutput* output) {
   DoAppendUTF8<AppendCharToOutput>(codePoint, output);
 }
+/// Writes |codePoint| in UTF-8, every byte escaped.
 inline void AppendUTF8EscapedValue(unsigned codePoint, CanonOutput* output) {
   DoAppendUTF8<AppendEscapedByte>(codePoint, output);
 }
 
-// Reads the character at |*begin| and writes it UTF-8 escaped. There is no Unicode support, so
-// the read fails: the code point stays 0 and "%00" is written; the caller steps one unit on.
+/// Reads the character at |*begin| and writes it UTF-8 escaped. There is no Unicode support, so
+/// the read fails: the code point stays 0 and "%00" is written; the caller steps one unit on.
 template <typename CHAR>
 inline bool AppendUTF8EscapedChar(const CHAR* str, int* begin, int length, CanonOutput* output) {
   unsigned codePoint = 0;
@@ -321,39 +340,72 @@ inline bool AppendUTF8EscapedChar(const CHAR* str, int* begin, int length, Canon
   return success;
 }
 
-// Copies units below 0x80 that have the |type| bit, escapes the other ASCII units as %XX, and
-// writes non-ASCII ones as "%00".
+/// Copies units below 0x80 that have the |type| bit, escapes the other ASCII units as %XX, and
+/// writes non-ASCII ones as "%00".
 void AppendStringOfType(const char* source, int length, SharedCharTypes type, CanonOutput* output);
+/// The same for 16-bit text.
 void AppendStringOfType(const char16* source, int length, SharedCharTypes type,
                         CanonOutput* output);
 
-// For text known to be bad: copies ASCII from 0x21 up except 0x7f, escapes the rest.
+/// For text known to be bad: copies ASCII from 0x21 up except 0x7f, escapes the rest.
 void AppendInvalidNarrowString(const char* spec, int begin, int end, CanonOutput* output);
+/// The same for 16-bit text.
 void AppendInvalidNarrowString(const char16* spec, int begin, int end, CanonOutput* output);
 
-// False when the text holds any unit of 0x80 or above (written as code point 0).
+/// False when the text holds any unit of 0x80 or above (written as code point 0).
 bool ConvertUTF8ToUTF16(const char* input, int inputLen, CanonOutputT<char16>* output);
+/// The other way, alike.
 bool ConvertUTF16ToUTF8(const char16* input, int inputLen, CanonOutput* output);
 
-// Starts from |base| for every component and puts in what |repl| carries.
+/// Starts from |base| for every component and puts in what |repl| carries.
 void SetupOverrideComponents(const char* base, const Replacements<char>& repl,
                              URLComponentSource<char>* source, url_parse::Parsed* parsed);
-// The same for 16-bit replacements, which are first converted to UTF-8 in |utf8Buffer|.
+/// The same for 16-bit replacements, which are first converted to UTF-8 in |utf8Buffer|.
 bool SetupUTF16OverrideComponents(const char* base, const Replacements<char16>& repl,
                                   CanonOutput* utf8Buffer, URLComponentSource<char>* source,
                                   url_parse::Parsed* parsed);
 
-// Formats |value| in radix 10 ("%d") or 16 ("%x"); 22 for another radix or a short buffer.
+/// Formats |value| in radix 10 ("%d") or 16 ("%x"); 0, or 22 for another radix or a short
+/// buffer.
 int _itoa_s(int value, char* buffer, size_t sizeInChars, int radix);
+/// The same into 16-bit units.
 int _itow_s(int value, char16* buffer, size_t sizeInChars, int radix);
 
+/// _itoa_s into an array.
 template <size_t N>
 inline int _itoa_s(int value, char (&buffer)[N], int radix) {
   return _itoa_s(value, buffer, N, radix);
 }
+/// _itow_s into an array.
 template <size_t N>
 inline int _itow_s(int value, char16 (&buffer)[N], int radix) {
   return _itow_s(value, buffer, N, radix);
+}
+
+/// A whole-URL canonicaliser over the components of one 8-bit text: the form that the
+/// Replace...URL entry points run once the replacements are put in.
+using CanonicalizeComponents = bool (*)(const URLComponentSource<char>& source,
+                                        const url_parse::Parsed& parsed,
+                                        CharsetConverter* queryConverter, CanonOutput* output,
+                                        url_parse::Parsed* newParsed);
+
+/// The body of every Replace...URL entry point, for 8-bit and 16-bit replacements: the canonical
+/// base with each carried replacement put in, through canonicalize. 16-bit replacement text is
+/// first converted to UTF-8, which fails for non-ASCII as the converters do.
+template <typename CHAR>
+bool CanonicalizeReplaced(CanonicalizeComponents canonicalize, const char* base,
+                          const url_parse::Parsed& baseParsed,
+                          const Replacements<CHAR>& replacements, CharsetConverter* queryConverter,
+                          CanonOutput* output, url_parse::Parsed* newParsed) {
+  RawCanonOutput<1024> utf8;
+  URLComponentSource<char> source(base);
+  url_parse::Parsed parsed(baseParsed);
+  if constexpr (std::is_same_v<CHAR, char>) {
+    SetupOverrideComponents(base, replacements, &source, &parsed);
+  } else {
+    SetupUTF16OverrideComponents(base, replacements, &utf8, &source, &parsed);
+  }
+  return canonicalize(source, parsed, queryConverter, output, newParsed);
 }
 
 }  // namespace url_canon

@@ -58,6 +58,50 @@ void BackUpToPreviousSlash(int pathBeginInOutput, CanonOutput* output) {
   output->set_length(i + 1);
 }
 
+// A dot of dotlen units at i. It means something only right after a slash: "." is dropped with
+// the slash behind it, ".." goes back one segment. Returns the units taken beyond the first.
+template <typename CHAR>
+int AppendDot(const CHAR* spec, int i, int dotlen, int end, int pathBeginInOutput,
+              CanonOutput* output) {
+  if (output->length() <= pathBeginInOutput || output->at(output->length() - 1) != '/') {
+    output->push_back('.');
+    return dotlen - 1;
+  }
+  int consumedLen;
+  switch (ClassifyAfterDot(spec, i + dotlen, end, &consumedLen)) {
+    case NOT_DIRECTORY:
+      output->push_back('.');
+      return dotlen - 1;
+    case DIRECTORY_CUR:
+      return dotlen + consumedLen - 1;
+    case DIRECTORY_UP:
+      BackUpToPreviousSlash(pathBeginInOutput, output);
+      return dotlen + consumedLen - 1;
+  }
+  return dotlen - 1;
+}
+
+// The '%' at *i: written decoded when the value may stand plainly in a path, else kept escaped
+// with its digits exactly as written; a '%' without two hex digits passes as it is. False for
+// an escaped NUL, which makes the path invalid.
+template <typename CHAR>
+bool AppendPercent(const CHAR* spec, int* i, int end, CanonOutput* output) {
+  unsigned char unescapedValue;
+  if (!DecodeEscaped(spec, i, end, &unescapedValue)) {
+    output->push_back('%');
+    return true;
+  }
+  unsigned char unescapedFlags = kPathCharLookup[unescapedValue];
+  if (unescapedFlags & UNESCAPE) {
+    output->push_back(static_cast<char>(unescapedValue));
+    return true;
+  }
+  output->push_back('%');
+  output->push_back(static_cast<char>(spec[*i - 1]));
+  output->push_back(static_cast<char>(spec[*i]));
+  return !(unescapedFlags & INVALID_BIT);
+}
+
 template <typename CHAR, typename UCHAR>
 bool DoPartialPath(const CHAR* spec, const url_parse::Component& path, int pathBeginInOutput,
                    CanonOutput* output) {
@@ -86,45 +130,11 @@ bool DoPartialPath(const CHAR* spec, const url_parse::Component& path, int pathB
 
     int dotlen = IsDot(spec, i, end);
     if (dotlen > 0) {
-      // A dot only means something right after a slash.
-      if (output->length() > pathBeginInOutput && output->at(output->length() - 1) == '/') {
-        int consumedLen;
-        switch (ClassifyAfterDot(spec, i + dotlen, end, &consumedLen)) {
-          case NOT_DIRECTORY:
-            output->push_back('.');
-            i += dotlen - 1;
-            break;
-          case DIRECTORY_CUR:
-            i += dotlen + consumedLen - 1;
-            break;
-          case DIRECTORY_UP:
-            BackUpToPreviousSlash(pathBeginInOutput, output);
-            i += dotlen + consumedLen - 1;
-            break;
-        }
-      } else {
-        output->push_back('.');
-        i += dotlen - 1;
-      }
+      i += AppendDot(spec, i, dotlen, end, pathBeginInOutput, output);
     } else if (outCh == '\\') {
       output->push_back('/');
     } else if (outCh == '%') {
-      unsigned char unescapedValue;
-      if (DecodeEscaped(spec, &i, end, &unescapedValue)) {
-        unsigned char unescapedFlags = kPathCharLookup[unescapedValue];
-        if (unescapedFlags & UNESCAPE) {
-          output->push_back(static_cast<char>(unescapedValue));
-        } else {
-          // Kept escaped, with the digits exactly as they were written.
-          output->push_back('%');
-          output->push_back(static_cast<char>(spec[i - 1]));
-          output->push_back(static_cast<char>(spec[i]));
-          if (unescapedFlags & INVALID_BIT) success = false;
-        }
-      } else {
-        // A '%' without two hex digits passes as it is.
-        output->push_back('%');
-      }
+      if (!AppendPercent(spec, &i, end, output)) success = false;
     } else if (flags & INVALID_BIT) {
       AppendEscapedChar(outCh, output);
       success = false;

@@ -8,14 +8,14 @@ namespace {
 
 // Copies units from 0x20 to 0x7f; everything else, control characters included, can't be read
 // and becomes "%00", which makes the URL invalid.
-template <typename CHAR, typename UCHAR>
+template <typename CHAR>
 bool CopyOpaquePath(const CHAR* spec, const url_parse::Component& path, CanonOutput* output,
                     url_parse::Component* outPath) {
   bool success = true;
   outPath->begin = output->length();
   int end = path.end();
   for (int i = path.begin; i < end; i++) {
-    UCHAR uch = static_cast<UCHAR>(spec[i]);
+    auto uch = static_cast<std::make_unsigned_t<CHAR>>(spec[i]);
     if (uch < 0x20 || uch >= 0x80) {
       success &= AppendUTF8EscapedChar(spec, &i, end, output);
     } else {
@@ -26,9 +26,11 @@ bool CopyOpaquePath(const CHAR* spec, const url_parse::Component& path, CanonOut
   return success;
 }
 
-template <typename CHAR, typename UCHAR>
+// A path URL has no query, so queryConverter is not used.
+template <typename CHAR>
 bool DoCanonicalizePathURL(const URLComponentSource<CHAR>& source, const url_parse::Parsed& parsed,
-                           CanonOutput* output, url_parse::Parsed* newParsed) {
+                           CharsetConverter* /*queryConverter*/, CanonOutput* output,
+                           url_parse::Parsed* newParsed) {
   bool success = CanonicalizeScheme(source.scheme, parsed.scheme, output, &newParsed->scheme);
 
   newParsed->username.reset();
@@ -37,7 +39,7 @@ bool DoCanonicalizePathURL(const URLComponentSource<CHAR>& source, const url_par
   newParsed->port.reset();
 
   if (parsed.path.is_valid()) {
-    success &= CopyOpaquePath<CHAR, UCHAR>(source.path, parsed.path, output, &newParsed->path);
+    success &= CopyOpaquePath(source.path, parsed.path, output, &newParsed->path);
   } else {
     newParsed->path.reset();
   }
@@ -47,10 +49,11 @@ bool DoCanonicalizePathURL(const URLComponentSource<CHAR>& source, const url_par
   return success;
 }
 
-template <typename CHAR, typename UCHAR>
+// Mail addresses always take their query as UTF-8, so queryConverter is not used.
+template <typename CHAR>
 bool DoCanonicalizeMailtoURL(const URLComponentSource<CHAR>& source,
-                             const url_parse::Parsed& parsed, CanonOutput* output,
-                             url_parse::Parsed* newParsed) {
+                             const url_parse::Parsed& parsed, CharsetConverter* /*queryConverter*/,
+                             CanonOutput* output, url_parse::Parsed* newParsed) {
   newParsed->username.reset();
   newParsed->password.reset();
   newParsed->host.reset();
@@ -63,12 +66,11 @@ bool DoCanonicalizeMailtoURL(const URLComponentSource<CHAR>& source,
 
   bool success = true;
   if (parsed.path.is_valid()) {
-    success &= CopyOpaquePath<CHAR, UCHAR>(source.path, parsed.path, output, &newParsed->path);
+    success &= CopyOpaquePath(source.path, parsed.path, output, &newParsed->path);
   } else {
     newParsed->path.reset();
   }
 
-  // Mail addresses always take their query as UTF-8.
   CanonicalizeQuery(source.query, parsed.query, nullptr, output, &newParsed->query);
   return success;
 }
@@ -77,64 +79,53 @@ bool DoCanonicalizeMailtoURL(const URLComponentSource<CHAR>& source,
 
 bool CanonicalizePathURL(const char* spec, int specLen, const url_parse::Parsed& parsed,
                          CanonOutput* output, url_parse::Parsed* newParsed) {
-  return DoCanonicalizePathURL<char, unsigned char>(URLComponentSource<char>(spec), parsed, output,
-                                                    newParsed);
+  return DoCanonicalizePathURL(URLComponentSource<char>(spec), parsed, nullptr, output, newParsed);
 }
 
 bool CanonicalizePathURL(const char16* spec, int specLen, const url_parse::Parsed& parsed,
                          CanonOutput* output, url_parse::Parsed* newParsed) {
-  return DoCanonicalizePathURL<char16, char16>(URLComponentSource<char16>(spec), parsed, output,
-                                               newParsed);
+  return DoCanonicalizePathURL(URLComponentSource<char16>(spec), parsed, nullptr, output,
+                               newParsed);
 }
 
 bool ReplacePathURL(const char* base, const url_parse::Parsed& baseParsed,
                     const Replacements<char>& replacements, CanonOutput* output,
                     url_parse::Parsed* newParsed) {
-  URLComponentSource<char> source(base);
-  url_parse::Parsed parsed(baseParsed);
-  SetupOverrideComponents(base, replacements, &source, &parsed);
-  return DoCanonicalizePathURL<char, unsigned char>(source, parsed, output, newParsed);
+  return CanonicalizeReplaced(DoCanonicalizePathURL<char>, base, baseParsed, replacements, nullptr,
+                              output, newParsed);
 }
 
 bool ReplacePathURL(const char* base, const url_parse::Parsed& baseParsed,
                     const Replacements<char16>& replacements, CanonOutput* output,
                     url_parse::Parsed* newParsed) {
-  RawCanonOutput<1024> utf8;
-  URLComponentSource<char> source(base);
-  url_parse::Parsed parsed(baseParsed);
-  SetupUTF16OverrideComponents(base, replacements, &utf8, &source, &parsed);
-  return DoCanonicalizePathURL<char, unsigned char>(source, parsed, output, newParsed);
+  return CanonicalizeReplaced(DoCanonicalizePathURL<char>, base, baseParsed, replacements, nullptr,
+                              output, newParsed);
 }
 
 bool CanonicalizeMailtoURL(const char* spec, int specLen, const url_parse::Parsed& parsed,
                            CanonOutput* output, url_parse::Parsed* newParsed) {
-  return DoCanonicalizeMailtoURL<char, unsigned char>(URLComponentSource<char>(spec), parsed,
-                                                      output, newParsed);
+  return DoCanonicalizeMailtoURL(URLComponentSource<char>(spec), parsed, nullptr, output,
+                                 newParsed);
 }
 
 bool CanonicalizeMailtoURL(const char16* spec, int specLen, const url_parse::Parsed& parsed,
                            CanonOutput* output, url_parse::Parsed* newParsed) {
-  return DoCanonicalizeMailtoURL<char16, char16>(URLComponentSource<char16>(spec), parsed, output,
-                                                 newParsed);
+  return DoCanonicalizeMailtoURL(URLComponentSource<char16>(spec), parsed, nullptr, output,
+                                 newParsed);
 }
 
 bool ReplaceMailtoURL(const char* base, const url_parse::Parsed& baseParsed,
                       const Replacements<char>& replacements, CanonOutput* output,
                       url_parse::Parsed* newParsed) {
-  URLComponentSource<char> source(base);
-  url_parse::Parsed parsed(baseParsed);
-  SetupOverrideComponents(base, replacements, &source, &parsed);
-  return DoCanonicalizeMailtoURL<char, unsigned char>(source, parsed, output, newParsed);
+  return CanonicalizeReplaced(DoCanonicalizeMailtoURL<char>, base, baseParsed, replacements,
+                              nullptr, output, newParsed);
 }
 
 bool ReplaceMailtoURL(const char* base, const url_parse::Parsed& baseParsed,
                       const Replacements<char16>& replacements, CanonOutput* output,
                       url_parse::Parsed* newParsed) {
-  RawCanonOutput<1024> utf8;
-  URLComponentSource<char> source(base);
-  url_parse::Parsed parsed(baseParsed);
-  SetupUTF16OverrideComponents(base, replacements, &utf8, &source, &parsed);
-  return DoCanonicalizeMailtoURL<char, unsigned char>(source, parsed, output, newParsed);
+  return CanonicalizeReplaced(DoCanonicalizeMailtoURL<char>, base, baseParsed, replacements,
+                              nullptr, output, newParsed);
 }
 
 }  // namespace url_canon

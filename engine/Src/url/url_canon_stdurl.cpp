@@ -7,7 +7,7 @@ namespace url_canon {
 
 namespace {
 
-template <typename CHAR, typename UCHAR>
+template <typename CHAR>
 bool DoCanonicalizeStandardURL(const URLComponentSource<CHAR>& source,
                                const url_parse::Parsed& parsed, CharsetConverter* queryConverter,
                                CanonOutput* output, url_parse::Parsed* newParsed) {
@@ -79,36 +79,29 @@ int DefaultPortForScheme(const char* scheme, int schemeLen) {
 bool CanonicalizeStandardURL(const char* spec, int specLen, const url_parse::Parsed& parsed,
                              CharsetConverter* queryConverter, CanonOutput* output,
                              url_parse::Parsed* newParsed) {
-  return DoCanonicalizeStandardURL<char, unsigned char>(URLComponentSource<char>(spec), parsed,
-                                                        queryConverter, output, newParsed);
+  return DoCanonicalizeStandardURL(URLComponentSource<char>(spec), parsed, queryConverter, output,
+                                   newParsed);
 }
 
 bool CanonicalizeStandardURL(const char16* spec, int specLen, const url_parse::Parsed& parsed,
                              CharsetConverter* queryConverter, CanonOutput* output,
                              url_parse::Parsed* newParsed) {
-  return DoCanonicalizeStandardURL<char16, char16>(URLComponentSource<char16>(spec), parsed,
-                                                   queryConverter, output, newParsed);
+  return DoCanonicalizeStandardURL(URLComponentSource<char16>(spec), parsed, queryConverter, output,
+                                   newParsed);
 }
 
 bool ReplaceStandardURL(const char* base, const url_parse::Parsed& baseParsed,
                         const Replacements<char>& replacements, CharsetConverter* queryConverter,
                         CanonOutput* output, url_parse::Parsed* newParsed) {
-  URLComponentSource<char> source(base);
-  url_parse::Parsed parsed(baseParsed);
-  SetupOverrideComponents(base, replacements, &source, &parsed);
-  return DoCanonicalizeStandardURL<char, unsigned char>(source, parsed, queryConverter, output,
-                                                        newParsed);
+  return CanonicalizeReplaced(DoCanonicalizeStandardURL<char>, base, baseParsed, replacements,
+                              queryConverter, output, newParsed);
 }
 
 bool ReplaceStandardURL(const char* base, const url_parse::Parsed& baseParsed,
                         const Replacements<char16>& replacements, CharsetConverter* queryConverter,
                         CanonOutput* output, url_parse::Parsed* newParsed) {
-  RawCanonOutput<1024> utf8;
-  URLComponentSource<char> source(base);
-  url_parse::Parsed parsed(baseParsed);
-  SetupUTF16OverrideComponents(base, replacements, &utf8, &source, &parsed);
-  return DoCanonicalizeStandardURL<char, unsigned char>(source, parsed, queryConverter, output,
-                                                        newParsed);
+  return CanonicalizeReplaced(DoCanonicalizeStandardURL<char>, base, baseParsed, replacements,
+                              queryConverter, output, newParsed);
 }
 
 }  // namespace url_canon

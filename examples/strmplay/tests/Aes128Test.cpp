@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 #include <openssl/evp.h>
 
+#include <algorithm>
+
 #include "Aes128.h"
 
 namespace strmplay {
@@ -66,6 +68,18 @@ TEST(DecryptAes128Cbc, RefusesDataWhosePaddingDoesNotCheckOut) {
   std::vector<std::uint8_t> out;
   EXPECT_FALSE(DecryptAes128Cbc(kKey, kIv, cipher, out));
   EXPECT_TRUE(out.empty());
+}
+
+TEST(DecryptAes128CbcPrefix, DecryptsTheWholeBlocksOfTheStartOfASegmentWithoutPadding) {
+  std::vector<std::uint8_t> plain(188 * 20);
+  for (std::size_t i = 0; i < plain.size(); ++i) plain[i] = static_cast<std::uint8_t>(i * 11);
+  const auto cipher = Encrypt(kKey, kIv, plain);
+  const std::vector<std::uint8_t> start(cipher.begin(), cipher.begin() + 1000);
+  std::vector<std::uint8_t> out;
+  ASSERT_TRUE(DecryptAes128CbcPrefix(kKey, kIv, start, out));
+  ASSERT_EQ(out.size(), 992u);  // 62 whole blocks
+  EXPECT_TRUE(std::equal(out.begin(), out.end(), plain.begin()));
+  EXPECT_FALSE(DecryptAes128CbcPrefix(kKey, kIv, std::vector<std::uint8_t>(15), out));
 }
 
 }  // namespace

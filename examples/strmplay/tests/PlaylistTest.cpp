@@ -235,5 +235,60 @@ TEST(ResolveUri, AnUnusableBaseLeavesTheReferenceAsItIs) {
   EXPECT_EQ(ResolveUri("not a url", "seg.ts"), "seg.ts");
 }
 
+TEST(ParseMasterPlaylist, ReadsAlternativeRenditions) {
+  MasterPlaylist master;
+  std::string error;
+  ASSERT_TRUE(ParseMasterPlaylist(
+      "#EXTM3U\n"
+      "#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=\"aud\",NAME=\"English\",DEFAULT=YES,URI=\"en.m3u8\"\n"
+      "#EXT-X-MEDIA:TYPE=SUBTITLES,GROUP-ID=\"subs\",NAME=\"English\"\n"
+      "#EXT-X-STREAM-INF:BANDWIDTH=800000,AUDIO=\"aud\"\n"
+      "v.m3u8\n",
+      master, error))
+      << error;
+  ASSERT_EQ(master.renditions.size(), 2u);
+  EXPECT_EQ(master.renditions[0].type, "AUDIO");
+  EXPECT_EQ(master.renditions[0].groupId, "aud");
+  EXPECT_EQ(master.renditions[0].name, "English");
+  EXPECT_EQ(master.renditions[0].uri, "en.m3u8");
+  EXPECT_EQ(master.renditions[1].type, "SUBTITLES");
+  EXPECT_EQ(master.renditions[1].uri, "");
+  ASSERT_EQ(master.variants.size(), 1u);
+}
+
+TEST(ParseMediaPlaylist, MarksDiscontinuitiesAndCountsTheirSequence) {
+  MediaPlaylist pl;
+  std::string error;
+  ASSERT_TRUE(
+      ParseMediaPlaylist("#EXTM3U\n"
+                         "#EXT-X-TARGETDURATION:2\n"
+                         "#EXT-X-DISCONTINUITY-SEQUENCE:4\n"
+                         "#EXTINF:2,\na.ts\n"
+                         "#EXT-X-DISCONTINUITY\n"
+                         "#EXTINF:2,\nb.ts\n"
+                         "#EXTINF:2,\nc.ts\n",
+                         pl, error))
+      << error;
+  ASSERT_EQ(pl.segments.size(), 3u);
+  EXPECT_FALSE(pl.segments[0].discontinuity);
+  EXPECT_EQ(pl.segments[0].discontinuitySequence, 4u);
+  EXPECT_TRUE(pl.segments[1].discontinuity);
+  EXPECT_EQ(pl.segments[1].discontinuitySequence, 5u);
+  EXPECT_FALSE(pl.segments[2].discontinuity);
+  EXPECT_EQ(pl.segments[2].discontinuitySequence, 5u);
+}
+
+TEST(ParseMediaPlaylist, KeepsTheInitSectionOfFragmentedMp4) {
+  MediaPlaylist pl;
+  std::string error;
+  ASSERT_TRUE(
+      ParseMediaPlaylist("#EXTM3U\n"
+                         "#EXT-X-MAP:URI=\"init.mp4\"\n"
+                         "#EXTINF:2,\nseg1.m4s\n",
+                         pl, error))
+      << error;
+  EXPECT_EQ(pl.mapUri, "init.mp4");
+}
+
 }  // namespace
 }  // namespace strmplay

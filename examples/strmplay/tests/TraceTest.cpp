@@ -52,6 +52,22 @@ TEST(Trace, CsvHasAHeaderAndOneRowPerSample) {
   std::remove(path.c_str());
 }
 
+// The points of the polyline drawn in this colour, or empty when there is none.
+std::string PolylinePoints(const std::string& svg, const std::string& color) {
+  const std::string start = "<polyline fill=\"none\" stroke=\"" + color + "\"";
+  const auto at = svg.find(start);
+  if (at == std::string::npos) return std::string();
+  const auto points = svg.find("points=\"", at);
+  const auto end = svg.find('"', points + 8);
+  return svg.substr(points + 8, end - points - 8);
+}
+
+std::size_t Count(const std::string& text, const std::string& what) {
+  std::size_t n = 0;
+  for (auto at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
+  return n;
+}
+
 TEST(Trace, SvgDrawsTheFourSeriesAndTheSwitchMarker) {
   const std::string path =
       ::testing::TempDir() + "strmplay_trace_" + std::to_string(::getpid()) + ".svg";
@@ -61,13 +77,20 @@ TEST(Trace, SvgDrawsTheFourSeriesAndTheSwitchMarker) {
   EXPECT_EQ(svg.rfind("<svg ", 0), 0u);
   EXPECT_NE(svg.find("</svg>"), std::string::npos);
   EXPECT_NE(svg.find("title &lt;&amp;&gt;"), std::string::npos);
-  EXPECT_GT(std::count(svg.begin(), svg.end(), '\n'), 10);
   EXPECT_NE(svg.find("v1&gt;v2"), std::string::npos);
   for (const char* label : {"link rate", "measured bandwidth", "selected variant", "buffer"}) {
     EXPECT_NE(svg.find(label), std::string::npos) << label;
   }
-  EXPECT_NE(svg.find("<polygon"), std::string::npos);
-  EXPECT_NE(svg.find("<polyline"), std::string::npos);
+  // Three lines and the buffer's area, each through both samples: link and selected variant as
+  // steps (two points a sample), the measurement as a plain line.
+  EXPECT_EQ(Count(svg, "<polyline"), 3u);
+  EXPECT_EQ(Count(svg, "<polygon"), 1u);
+  EXPECT_EQ(Count(PolylinePoints(svg, "#888888"), ","), 4u) << "link rate";
+  EXPECT_EQ(Count(PolylinePoints(svg, "#1f77b4"), ","), 2u) << "measured bandwidth";
+  EXPECT_EQ(Count(PolylinePoints(svg, "#ff7f0e"), ","), 4u) << "selected variant";
+  const auto polygon = svg.find("<polygon");
+  const auto polygonEnd = svg.find("/>", polygon);
+  EXPECT_EQ(Count(svg.substr(polygon, polygonEnd - polygon), ","), 4u) << "buffer";
   std::remove(path.c_str());
 }
 

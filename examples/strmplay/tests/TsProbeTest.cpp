@@ -107,5 +107,67 @@ TEST(TsProbe, LostSyncIsReported) {
   EXPECT_NE(r.error.find("sync"), std::string::npos);
 }
 
+std::vector<std::uint8_t> ReadTestData(const std::string& name) {
+  std::ifstream in(std::string(STRMPLAY_TEST_DATA_DIR) + "/" + name, std::ios::binary);
+  return std::vector<std::uint8_t>(std::istreambuf_iterator<char>(in),
+                                   std::istreambuf_iterator<char>());
+}
+
+TEST(TsProbe, AnSpsOfAProfileTheParserMisreadsGivesNoPictureSizeButItsProfile) {
+  const auto segment = ReadTestData("high444.ts");  // 64x48, profile 244
+  ASSERT_FALSE(segment.empty());
+  TsProbe probe;
+  const ProbeResult r = probe.Probe(segment);
+  ASSERT_TRUE(r.ok) << r.error;
+  EXPECT_TRUE(r.transportStream);
+  EXPECT_FALSE(r.spsFound);
+  EXPECT_TRUE(r.spsUnreadable);
+  EXPECT_EQ(r.spsProfile, 244);
+  EXPECT_EQ(r.width, 0);
+  EXPECT_EQ(r.height, 0);
+}
+
+TEST(TsProbe, TheProfileOfAReadableSpsIsKeptToo) {
+  TsProbe probe;
+  const ProbeResult r = probe.Probe(ReadFile("v0/seg100.ts"));
+  EXPECT_EQ(r.spsProfile, 77);  // Main
+  EXPECT_FALSE(r.spsUnreadable);
+}
+
+TEST(TsProbe, RandomBytesAreNotATransportStream) {
+  std::vector<std::uint8_t> garbage(188 * 10);
+  for (std::size_t i = 0; i < garbage.size(); ++i) {
+    garbage[i] = static_cast<std::uint8_t>((i * 2654435761u) >> 13);
+  }
+  garbage[0] = 0x47;  // even with a sync byte in front
+  TsProbe probe;
+  const ProbeResult r = probe.Probe(garbage);
+  EXPECT_FALSE(r.transportStream);
+  EXPECT_FALSE(r.ok);
+  EXPECT_FALSE(r.error.empty());
+}
+
+TEST(TsProbe, ProfilesThatCarryChromaFieldsTheParserSkipsAreKnownByName) {
+  struct Row {
+    int idc;
+    bool misread;
+    const char* name;
+  } rows[] = {
+      {66, false, "Baseline"},
+      {77, false, "Main"},
+      {100, false, "High"},
+      {144, false, "High 4:4:4"},
+      {244, true, "High 4:4:4 Predictive"},
+      {44, true, "CAVLC 4:4:4 Intra"},
+      {118, true, "Multiview High"},
+      {7, false, "profile 7"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.idc);
+    EXPECT_EQ(SpsProfileMisread(row.idc), row.misread);
+    EXPECT_EQ(SpsProfileName(row.idc), row.name);
+  }
+}
+
 }  // namespace
 }  // namespace strmplay
