@@ -9,7 +9,7 @@
 #include "EngineViewDownload.h"
 #include "Patterned.h"
 
-using abi_probe::Patterned;
+using namespace abi_probe;
 using namespace strmcommon;
 
 namespace {
@@ -280,10 +280,10 @@ TEST(DownloadSurface, CurlSettingsAndQueriesGoThroughTheInterfaceTable) {
 
   UnitObject* unit = nullptr;
   UserData data = {1, 2, 3, 4, 0, 6};
-  EXPECT_EQ(engine->BeginDownload(0, "", false, unit, false, data), -13);
-  EXPECT_EQ(engine->BeginDownload(0, "no-scheme-here", false, unit, false, data), -1);
-  EXPECT_EQ(engine->BeginDownload2(0, "", "", false, unit, false, data, false, ""), -13);
-  EXPECT_EQ(engine->BeginDownload3(0, unit, false, data), -13);
+  EXPECT_EQ(engine->BeginDownload(0, "", false, unit, false, data), err_invalidarg);
+  EXPECT_EQ(engine->BeginDownload(0, "no-scheme-here", false, unit, false, data), err_failed);
+  EXPECT_EQ(engine->BeginDownload2(0, "", "", false, unit, false, data, false, ""), err_invalidarg);
+  EXPECT_EQ(engine->BeginDownload3(0, unit, false, data), err_invalidarg);
   EXPECT_EQ(events.lowLatencyAsks, 1);
   EXPECT_EQ(unit, nullptr);
 
@@ -304,9 +304,10 @@ TEST(DownloadSurface, CurlSettingsAndQueriesGoThroughTheInterfaceTable) {
   curl.Curl::LockMutItem();
   curl.Curl::UnlockMutItem();
   curl.Curl::StripAcceleratorPattern(url);
-  EXPECT_EQ(curl.Curl::BeginDownload(0, "", false, unit, false, data), -13);
-  EXPECT_EQ(curl.Curl::BeginDownload2(0, "", "", false, unit, false, data, false, ""), -13);
-  EXPECT_EQ(curl.Curl::BeginDownload3(0, unit, false, data), -13);
+  EXPECT_EQ(curl.Curl::BeginDownload(0, "", false, unit, false, data), err_invalidarg);
+  EXPECT_EQ(curl.Curl::BeginDownload2(0, "", "", false, unit, false, data, false, ""),
+            err_invalidarg);
+  EXPECT_EQ(curl.Curl::BeginDownload3(0, unit, false, data), err_invalidarg);
   curl.Curl::SetCookie("c=d");
   EXPECT_EQ(curl.Curl::get_cookie(), "Cookie:c=d");
   engine->Quit();
@@ -329,7 +330,7 @@ TEST(DownloadSurface, ADummyDownloadRunsTheUnitThroughBothClientInterfaces) {
   EXPECT_TRUE(curl.m_units[0].first);
   EXPECT_EQ(unit->m_url, "http://media.test/seg.ts");
   EXPECT_TRUE(unit->m_done);
-  EXPECT_EQ(unit->code, 0);
+  EXPECT_EQ(unit->code, err_none);
   EXPECT_TRUE(SameData(unit->m_data, data));
   ASSERT_EQ(client.starts.size(), 1u);
   EXPECT_EQ(client.starts[0], unit);
@@ -382,16 +383,16 @@ TEST(DownloadSurface, ADummyDownloadRunsTheUnitThroughBothClientInterfaces) {
   EXPECT_TRUE(engine->Cancel(unit));
   EXPECT_FALSE(curl.Curl::Cancel(unit));
   EXPECT_FALSE(curl.Cancel_unlock(unit));
-  EXPECT_EQ(unit->code, -12);
+  EXPECT_EQ(unit->code, err_interrupted);
 
   int code = 1;
   long when = -1;
   EXPECT_EQ(engine->GetCompleted(code, when), unit);
-  EXPECT_EQ(code, -12);
+  EXPECT_EQ(code, err_interrupted);
   EXPECT_EQ(when, 1445412480L);
   EXPECT_EQ(curl.Curl::GetCompleted(code, when), nullptr);
-  EXPECT_EQ(engine->EndDownload(unit), -12);
-  EXPECT_EQ(curl.Curl::EndDownload(unit), 0);
+  EXPECT_EQ(engine->EndDownload(unit), err_interrupted);
+  EXPECT_EQ(curl.Curl::EndDownload(unit), err_none);
   EXPECT_TRUE(engine->IsIdle());
   EXPECT_FALSE(curl.Curl::IsDownloading(unit));
   EXPECT_FALSE(curl.Curl::IsPause(unit));
@@ -406,14 +407,14 @@ TEST(DownloadSurface, ADummyDownloadRunsTheUnitThroughBothClientInterfaces) {
   EXPECT_EQ(Curl::ProgressCB(unit, 0, 0, 0, 0), -1);
   // The cancel is still pending: it wins over the classification, and ResultIf clears it.
   EXPECT_TRUE(unit->m_cancel);
-  EXPECT_EQ(curl.ResultIf(unit, CURLE_COULDNT_RESOLVE_HOST, 0, -1), -12);
+  EXPECT_EQ(curl.ResultIf(unit, CURLE_COULDNT_RESOLVE_HOST, 0, -1), err_interrupted);
   EXPECT_FALSE(unit->m_cancel);
-  EXPECT_EQ(curl.ResultIf(unit, CURLE_COULDNT_RESOLVE_HOST, 0, -1), -17);
-  EXPECT_EQ(unit->code, -17);
-  EXPECT_EQ(curl.Curl::DummyDownload(0, "", false, unit, false, data, body, 0), -13);
+  EXPECT_EQ(curl.ResultIf(unit, CURLE_COULDNT_RESOLVE_HOST, 0, -1), err_resolve_host);
+  EXPECT_EQ(unit->code, err_resolve_host);
+  EXPECT_EQ(curl.Curl::DummyDownload(0, "", false, unit, false, data, body, 0), err_invalidarg);
 
   UnitObject* none = nullptr;
-  EXPECT_EQ(curl.EndDownload_unlock(none), -1);
+  EXPECT_EQ(curl.EndDownload_unlock(none), err_failed);
   EXPECT_FALSE(curl.ReqBody(nullptr));
   EXPECT_FALSE(curl.Resume_unlock(nullptr));
   EXPECT_FALSE(curl.Cancel_unlock(nullptr));
@@ -427,7 +428,7 @@ TEST(DownloadSurface, ADummyDownloadRunsTheUnitThroughBothClientInterfaces) {
   EXPECT_EQ(engine->GetRequestKey(), 1);
   curl.Curl::Reset();
   EXPECT_EQ(curl.m_requestKey, 2);
-  EXPECT_EQ(engine->BeginDownload(0, "http://media.test/a", false, unit, false, data), 0);
+  EXPECT_EQ(engine->BeginDownload(0, "http://media.test/a", false, unit, false, data), err_none);
   engine->Quit();
 }
 

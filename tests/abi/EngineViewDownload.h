@@ -26,6 +26,13 @@ using UnitWord = unsigned int;
 using UnitWord = size_t;
 #endif
 
+// The unit result codes the engine compares, by its own names for them.
+constexpr int err_none = 0;
+constexpr int err_failed = -1;
+constexpr int err_interrupted = -12;
+constexpr int err_invalidarg = -13;
+constexpr int err_resolve_host = -17;
+
 }  // namespace abi_probe
 
 namespace strmcommon {
