@@ -22,6 +22,7 @@
 #include "CurlProbe.h"
 #include "LoopbackServer.h"
 #include "StreamRoutes.h"
+#include "UnitCode.h"
 #include "WaitFor.h"
 #include "system_info.h"
 
@@ -143,7 +144,8 @@ TEST(EngineSoak, MixedTrafficLeavesNoUnitStuckAndTheEngineIdle) {
 
   auto begin = [&](Transfer t) {
     UnitObject* unit = nullptr;
-    UserData data{roll(4), roll(3), roll(100), roll(2) ? 99999999 : 40000000, 0, 0};
+    UserData data{roll(4), roll(3), roll(100), roll(2) ? strmcommon::kBitrateUnknown : 40000000,
+                  0,       0};
     curl.LockMutItem();
     int result = curl.BeginDownload(static_cast<unsigned int>(curl.GetRequestKey()),
                                     server.Url(t.url), false, unit, false, data);
@@ -195,7 +197,7 @@ TEST(EngineSoak, MixedTrafficLeavesNoUnitStuckAndTheEngineIdle) {
     if (it == live.end()) return true;
     Transfer t = it->second;
     live.erase(it);
-    if (code == 0) {
+    if (code == strmcommon::err_none) {
       ++stats.ok;
       if (t.verifiable && !t.paused && !t.cancelled) {
         auto received = client.Get(unit);
@@ -203,16 +205,16 @@ TEST(EngineSoak, MixedTrafficLeavesNoUnitStuckAndTheEngineIdle) {
         EXPECT_EQ(received.sum.Value(), Checksum::OfContent(t.size)) << t.url;
         ++stats.verified;
       }
-    } else if (code == 10) {
+    } else if (code == strmcommon::err_retry) {
       ++stats.retry;
-    } else if (code == -12) {
+    } else if (code == strmcommon::err_interrupted) {
       ++stats.cancelled;
       EXPECT_TRUE(t.cancelled) << t.url;
     } else {
       ++stats.failed;
     }
     EXPECT_EQ(curl.EndDownload(unit), code);
-    if (code == 10 && t.retries < 2 && !t.cancelled) {
+    if (code == strmcommon::err_retry && t.retries < 2 && !t.cancelled) {
       t.retries++;
       t.paused = false;
       begin(t);

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "Reporter.h"
+#include "UnitCode.h"
 
 namespace strmplay {
 namespace {
@@ -141,7 +142,7 @@ TEST(Reporter, TheSummaryShowsEveryPictureSizeOfAVariantAndAnSpsItCannotRead) {
 TEST(Reporter, AFailedRequestIsToldInWordsWithItsStatusAndWhatHappensNext) {
   Printed out;
   FetchAttempt a;
-  a.code = 10;
+  a.code = strmcommon::err_retry;
   a.httpStatus = 404;
   a.failure = FetchFailure::kEngine;
   a.decision = RetryDecision::kGiveUpClient;
