@@ -8,28 +8,17 @@
 
 #include "EngineViewFoundation.h"
 #include "Patterned.h"
+#include "VaListArgs.h"
 
 using abi_probe::Patterned;
 using namespace strmcommon;
 
 namespace {
 
-// The argument list as vas_vsprintf_s takes it: the address of the va_list record on x86-64, the
-// pointer that the record holds on 32-bit ARM.
-char* ArgsOf(va_list& list) {
-#if defined(__x86_64__)
-  return reinterpret_cast<char*>(&list[0]);
-#else
-  char* args;
-  std::memcpy(&args, &list, sizeof(args));
-  return args;
-#endif
-}
-
 int FormatThroughList(char* dest, unsigned int size, const char* format, ...) {
   va_list list;
   va_start(list, format);
-  int n = vas_vsprintf_s(dest, size, format, ArgsOf(list));
+  int n = vas_vsprintf_s(dest, size, format, testsupport::ArgsOf(list));
   va_end(list);
   return n;
 }

@@ -6,25 +6,14 @@
 #include <string>
 
 #include "Portability.h"
+#include "VaListArgs.h"
 
 namespace {
-
-// The argument list of a variadic function as the char* that vas_vsprintf_s takes: on x86-64 the
-// address of the va_list record, on 32-bit ARM the one pointer that the record holds.
-char* ArgsOf(va_list& list) {
-#if defined(__x86_64__)
-  return reinterpret_cast<char*>(&list[0]);
-#else
-  char* args;
-  std::memcpy(&args, &list, sizeof(args));
-  return args;
-#endif
-}
 
 int CallVsprintf(char* dest, unsigned int destSize, const char* format, ...) {
   va_list list;
   va_start(list, format);
-  int n = vas_vsprintf_s(dest, destSize, format, ArgsOf(list));
+  int n = vas_vsprintf_s(dest, destSize, format, testsupport::ArgsOf(list));
   va_end(list);
   return n;
 }
