@@ -3,8 +3,8 @@
 
 namespace url_canon {
 
-StdStringCanonOutput::StdStringCanonOutput(std::string* str) : CanonOutputT<char>(), m_str(str) {
-  m_length = static_cast<int>(m_str->size());
+StdStringCanonOutput::StdStringCanonOutput(std::string* str) : m_str(str) {
+  m_length = static_cast<int>(m_str->size());  // appends to what is there
   m_str->resize(m_str->capacity());
   m_data = m_str->empty() ? nullptr : &(*m_str)[0];
   m_capacity = static_cast<int>(m_str->size());
