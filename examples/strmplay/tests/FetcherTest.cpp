@@ -31,7 +31,7 @@ class WholeBodyServer {
     addr.sin_family = AF_INET;
     addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof addr;
-    bind(m_fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr);
+    EXPECT_EQ(bind(m_fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
     getsockname(m_fd, reinterpret_cast<sockaddr*>(&addr), &size);
     m_port = ntohs(addr.sin_port);
     listen(m_fd, 4);

@@ -13,8 +13,6 @@
 #include <sstream>
 #include <thread>
 
-extern char** environ;
-
 namespace e2e {
 
 ChildProcess::~ChildProcess() {
