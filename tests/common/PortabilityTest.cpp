@@ -6,14 +6,15 @@
 #include <string>
 
 #include "Portability.h"
+#include "VaListArgs.h"
 
 namespace {
 
 int CallVsprintf(char* dest, unsigned int destSize, const char* format, ...) {
-  va_list args;
-  va_start(args, format);
-  int n = vas_vsprintf_s(dest, destSize, format, args);
-  va_end(args);
+  va_list list;
+  va_start(list, format);
+  int n = vas_vsprintf_s(dest, destSize, format, testsupport::ArgsOf(list));
+  va_end(list);
   return n;
 }
 
@@ -61,6 +62,20 @@ TEST(Portability, VsprintfTakesAnArgumentList) {
   EXPECT_STREQ(dest, "007|z");
   EXPECT_EQ(CallVsprintf(dest, 3, "%s", "long text"), 9);
   EXPECT_STREQ(dest, "lo");
+}
+
+TEST(Portability, VsprintfReadsArgumentsPastTheRegistersInOrder) {
+  // More integers and doubles than travel in registers, so the list's stack part is read as well.
+  char dest[128];
+  int n = CallVsprintf(dest, sizeof(dest),
+                       "%d %d %d %d %d %d %d %d|%.1f %.1f %.1f %.1f %.1f %.1f "
+                       "%.1f %.1f %.1f|%s %lld %c",
+                       1, 2, 3, 4, 5, 6, 7, 8, 0.5, 1.5, 2.5, 3.5, 4.5, 5.5, 6.5, 7.5, 8.5, "str",
+                       1LL << 40, 'q');
+  const std::string expected =
+      "1 2 3 4 5 6 7 8|0.5 1.5 2.5 3.5 4.5 5.5 6.5 7.5 8.5|str 1099511627776 q";
+  EXPECT_EQ(n, static_cast<int>(expected.size()));
+  EXPECT_EQ(std::string(dest), expected);
 }
 
 TEST(Portability, FopenOfAMissingFileGivesFalseAndNull) {

@@ -29,4 +29,8 @@ RecursiveMutex::RecursiveMutex() {
 
 RecursiveMutex::~RecursiveMutex() { pthread_mutex_destroy(&m_mutex); }
 
+void RecursiveMutex::Lock() { pthread_mutex_lock(&m_mutex); }
+void RecursiveMutex::Unlock() { pthread_mutex_unlock(&m_mutex); }
+bool RecursiveMutex::TryLock() { return pthread_mutex_trylock(&m_mutex) == 0; }
+
 }  // namespace strmcommon

@@ -48,25 +48,30 @@ class RecursiveMutex {
   RecursiveMutex(const RecursiveMutex&) = delete;
   RecursiveMutex& operator=(const RecursiveMutex&) = delete;
 
-  // Inline: the working lock sits on hot paths (packet queues, every body chunk).
-  /// Takes the mutex; the holding thread may take it again.
-  void Lock() { pthread_mutex_lock(&m_mutex); }
+  /// Takes the mutex; the holding thread may take it again. Out of line, so that an engine
+  /// compiled against its own declarations links to it.
+  void Lock();
   /// Releases one hold of the mutex.
-  void Unlock() { pthread_mutex_unlock(&m_mutex); }
+  void Unlock();
   /// Takes the mutex if it is free or held by this thread; true when it was taken.
-  bool TryLock() { return pthread_mutex_trylock(&m_mutex) == 0; }
+  bool TryLock();
 
  private:
+  friend class ScopedLock;
   pthread_mutex_t m_mutex;
 };
 
-/// Holds a RecursiveMutex for the lifetime of a scope.
+/// Holds a RecursiveMutex for the lifetime of a scope. It takes and releases the mutex inline,
+/// without the call of Lock and Unlock: the library's hot paths (the packet queue on every push
+/// and pop, the bandwidth measurement on every body chunk) hold their locks through it.
 class ScopedLock {
  public:
-  /// Takes `mutex`.
-  explicit ScopedLock(RecursiveMutex& mutex) : m_lock(mutex) { m_lock.Lock(); }
-  /// Releases it.
-  ~ScopedLock() { m_lock.Unlock(); }
+  /// Takes `mutex`, as RecursiveMutex::Lock does.
+  explicit ScopedLock(RecursiveMutex& mutex) : m_lock(mutex) {
+    pthread_mutex_lock(&m_lock.m_mutex);
+  }
+  /// Releases it, as RecursiveMutex::Unlock does.
+  ~ScopedLock() { pthread_mutex_unlock(&m_lock.m_mutex); }
   ScopedLock(const ScopedLock&) = delete;
   ScopedLock& operator=(const ScopedLock&) = delete;
 

@@ -44,6 +44,23 @@ void Packet::PtrFree() {
   m_dataPos = 0;
 }
 
+unsigned int Packet::GetSize() { return m_size; }
+
+unsigned char* Packet::GetPtr() { return m_ptr; }
+
+// Unchecked, like SetDataPos and MoveDataPos.
+void Packet::UngetByte(unsigned int count) { m_pos -= count; }
+
+void Packet::ResetPos() { m_pos = 0; }
+
+unsigned char* Packet::GetDataPtr() { return m_ptr + m_dataPos; }
+
+int Packet::GetDataSize() { return static_cast<int>(m_size - m_dataPos); }
+
+void Packet::SetDataPos(int pos) { m_dataPos = pos; }
+
+void Packet::MoveDataPos(int delta) { m_dataPos += delta; }
+
 int Packet::PtrAlloc(unsigned int size) {
   PtrFree();
   m_size = size;

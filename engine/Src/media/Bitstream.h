@@ -34,27 +34,27 @@ class Packet {
   void SetPtr(unsigned char* ptr, unsigned int size);
 
   /// Valid bytes.
-  unsigned int GetSize() const { return m_size; }
+  unsigned int GetSize();
   /// The buffer.
-  unsigned char* GetPtr() const { return m_ptr; }
+  unsigned char* GetPtr();
 
   /// Copies `count` bytes from the GetByte cursor to `out` and moves the cursor on; 0. -1 and
   /// nothing moved when there is no buffer or the read would reach the end. Kept: the test is not
   /// strict, so the packet's last byte can never be fetched this way.
   int GetByte(unsigned char* out, unsigned int count);
   /// Moves the GetByte cursor back by `count`, unchecked.
-  void UngetByte(unsigned int count) { m_pos -= count; }
+  void UngetByte(unsigned int count);
   /// The GetByte cursor back to 0.
-  void ResetPos() { m_pos = 0; }
+  void ResetPos();
 
   /// The buffer at the data cursor.
-  unsigned char* GetDataPtr() const { return m_ptr + m_dataPos; }
+  unsigned char* GetDataPtr();
   /// Bytes from the data cursor to the end.
-  int GetDataSize() const { return static_cast<int>(m_size - m_dataPos); }
+  int GetDataSize();
   /// Sets the data cursor, unchecked.
-  void SetDataPos(int pos) { m_dataPos = pos; }
+  void SetDataPos(int pos);
   /// Moves the data cursor by `delta`, unchecked.
-  void MoveDataPos(int delta) { m_dataPos += delta; }
+  void MoveDataPos(int delta);
 
  protected:
   unsigned int m_size;  ///< valid bytes

@@ -164,4 +164,7 @@ unsigned int CTSPacketBuffer::Clear() {
   return used;
 }
 
+// Always empty: the packets are binary and stay in the ring.
+std::string CTSPacketBuffer::GetString() { return std::string(); }
+
 }  // namespace strmcommon

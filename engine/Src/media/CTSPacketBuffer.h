@@ -54,7 +54,7 @@ class CTSPacketBuffer : public IArrayBuffer {
   /// Empties the ring, keeping the block; returns the bytes it held.
   unsigned int Clear() override;
   /// An empty string, always.
-  std::string GetString() override { return std::string(); }
+  std::string GetString() override;
 
   /// Writes one 188-byte packet; false when it does not fit.
   bool PushBackPacket(void* packet);

@@ -61,6 +61,8 @@ bool ReadPicOrderCount(H264_SyntaxReader& reader, H264SequenceSetParse& sps) {
 H264_SyntaxReader::H264_SyntaxReader(Packet* packet)
     : m_packet(packet), m_zeroRun(0), m_reserved(0), m_bitPos(8), m_curByte(0) {}
 
+H264_SyntaxReader::~H264_SyntaxReader() {}
+
 int H264_SyntaxReader::Increment(unsigned char& out) {
   out = 0;
   if (m_packet->GetDataSize() == 0) return kEndOfData;
@@ -151,6 +153,8 @@ void H264HeaderParser::Reset() {
   m_zeroCount = 0;
   m_startCode = false;
 }
+
+int H264HeaderParser::GetSpsOffet() { return m_spsOffset; }
 
 int H264HeaderParser::ParseHeader(unsigned char* data, int size) {
   if (size < 1) return 0;

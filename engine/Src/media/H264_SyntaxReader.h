@@ -34,7 +34,7 @@ class H264_SyntaxReader {
   /// Reads from `packet`'s data cursor; the packet is not owned.
   explicit H264_SyntaxReader(Packet* packet);
   /// Nothing to release.
-  virtual ~H264_SyntaxReader() {}
+  virtual ~H264_SyntaxReader();
 
   /// The next payload byte into `out` (0 first): 0, or -9 at the end of the data. A 03 after two
   /// zero bytes is stepped over. Kept: a third zero in a row starts the count of zeros again, and
@@ -80,7 +80,7 @@ class H264HeaderParser {
   int ParseHeader(unsigned char* data, int size);
   /// Index of the SPS NAL header byte in the buffer of the call that returned 1. The name is
   /// spelled so.
-  int GetSpsOffet() const { return m_spsOffset; }
+  int GetSpsOffet();
   /// Parses an SPS up to the cropping fields (`data` starts at profile_idc, behind the NAL header
   /// byte) into `sps`, which the caller zeroed; the bytes are copied first. False when the data
   /// ran out, with `sps` partly filled. Kept: only profiles 100, 110, 122 and 144 read the

@@ -70,6 +70,8 @@ GURL& GURL::operator=(GURL&& other) noexcept {
   return *this;
 }
 
+bool GURL::is_valid() const { return m_isValid; }
+
 const std::string& GURL::spec() const {
   if (m_isValid || m_spec.empty()) return m_spec;
   // The text of an invalid URL is never handed out here.

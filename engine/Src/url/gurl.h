@@ -38,7 +38,7 @@ class GURL {
   GURL& operator=(GURL&& other) noexcept;
 
   /// The result of canonicalisation.
-  bool is_valid() const { return m_isValid; }
+  bool is_valid() const;
   /// True when there is no text at all.
   bool is_empty() const { return m_spec.empty(); }
 

@@ -99,6 +99,15 @@ bool PrepareUTF16OverrideComponent(const char16* overrideSource,
 
 }  // namespace
 
+unsigned char CanonicalSchemeChar(char16 ch) {
+  if (ch >= 0x80) return 0;
+  return kSchemeCanonical[ch];
+}
+
+unsigned char CanonicalSchemeChar(char ch) {
+  return CanonicalSchemeChar(static_cast<char16>(static_cast<unsigned char>(ch)));
+}
+
 const char* RemoveURLWhitespace(const char* input, int inputLen, CanonOutputT<char>* buffer,
                                 int* outputLen) {
   return DoRemoveURLWhitespace(input, inputLen, buffer, outputLen);

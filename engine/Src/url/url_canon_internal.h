@@ -171,14 +171,9 @@ inline constexpr unsigned char kSchemeCanonical[0x80] = {
 // clang-format on
 
 /// 0 when |ch| is not a valid scheme character, else its canonical (lower case) form.
-inline unsigned char CanonicalSchemeChar(char16 ch) {
-  if (ch >= 0x80) return 0;
-  return kSchemeCanonical[ch];
-}
+unsigned char CanonicalSchemeChar(char16 ch);
 /// The same for an 8-bit character.
-inline unsigned char CanonicalSchemeChar(char ch) {
-  return CanonicalSchemeChar(static_cast<char16>(static_cast<unsigned char>(ch)));
-}
+unsigned char CanonicalSchemeChar(char ch);
 
 /// kHostCharLookup's mark of a character that is valid but always written escaped.
 inline constexpr unsigned char kEsc = 0xff;

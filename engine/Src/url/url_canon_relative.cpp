@@ -184,7 +184,7 @@ bool DoResolveRelativeURL(const char* baseUrl, const url_parse::Parsed& basePars
 
   // A base without a path can't take a relative part; the base comes back unchanged.
   if (baseParsed.path.len <= 0) {
-    int baseLen = baseParsed.Length();
+    int baseLen = outParsed->Length();
     if (baseLen <= 0) return false;
     output->Append(baseUrl, baseLen);
     return false;
@@ -192,7 +192,7 @@ bool DoResolveRelativeURL(const char* baseUrl, const url_parse::Parsed& basePars
 
   if (relativeComponent.len <= 0) {
     // The same document: the base without its ref.
-    int baseLen = baseParsed.Length();
+    int baseLen = outParsed->Length();
     baseLen -= baseParsed.ref.len + 1;
     outParsed->ref.reset();
     output->Append(baseUrl, baseLen);

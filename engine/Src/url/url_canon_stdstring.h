@@ -14,27 +14,15 @@ namespace url_canon {
 class StdStringCanonOutput : public CanonOutputT<char> {
  public:
   /// Writes into `str` (not owned), after its present text.
-  explicit StdStringCanonOutput(std::string* str) : m_str(str) {
-    m_length = static_cast<int>(m_str->size());  // appends to what is there
-    m_str->resize(m_str->capacity());
-    m_data = m_str->empty() ? nullptr : &(*m_str)[0];
-    m_capacity = static_cast<int>(m_str->size());
-  }
+  explicit StdStringCanonOutput(std::string* str);
   /// Leaves the string as it is: Complete() first.
-  ~StdStringCanonOutput() override {}
+  ~StdStringCanonOutput() override;
 
   /// Cuts the string down to what was written.
-  void Complete() {
-    m_str->resize(m_length);
-    m_capacity = m_length;
-  }
+  void Complete();
 
   /// Resizes the string itself to `sz`.
-  void Resize(int sz) override {
-    m_str->resize(sz);
-    m_data = m_str->empty() ? nullptr : &(*m_str)[0];
-    m_capacity = sz;
-  }
+  void Resize(int sz) override;
 
  protected:
   std::string* m_str;  ///< the string written into

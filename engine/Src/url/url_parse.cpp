@@ -418,12 +418,12 @@ bool DoExtractQueryKeyValue(const CHAR* spec, Component* query, Component* key, 
 
 }  // namespace
 
-int Parsed::Length() const {
+int Parsed::Length() {
   if (ref.is_valid()) return ref.end();
   return CountCharactersBefore(REF, false);
 }
 
-int Parsed::CountCharactersBefore(ComponentType type, bool includeDelimiter) const {
+int Parsed::CountCharactersBefore(ComponentType type, bool includeDelimiter) {
   if (type == SCHEME) return scheme.begin;
 
   int cur = 0;

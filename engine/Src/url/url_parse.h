@@ -58,10 +58,10 @@ struct Parsed {
   };
 
   /// Length of the whole URL the ranges describe.
-  int Length() const;
+  int Length();
   /// Offset at which the component of |type| stands or would stand; with |includeDelimiter| the
   /// offset of its separator (":" of the port, "?" of the query, "#" of the ref).
-  int CountCharactersBefore(ComponentType type, bool includeDelimiter) const;
+  int CountCharactersBefore(ComponentType type, bool includeDelimiter);
 
   Component scheme;    ///< the scheme
   Component username;  ///< the user name
