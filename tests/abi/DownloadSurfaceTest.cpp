@@ -227,6 +227,8 @@ TEST(DownloadSurface, CurlIsBuiltWithItsDocumentedFieldsAndPool) {
   EXPECT_TRUE(curl->m_requests.empty());
   EXPECT_TRUE(curl->m_requestLock.TryLock());
   curl->m_requestLock.Unlock();
+  // The destructor leaves the units' easy handles to Quit, which must come first.
+  curl->Quit();
   curl.Destroy();
   EXPECT_TRUE(curl.TailUntouched());
 }
